@@ -1,0 +1,62 @@
+// Every command of the program as a menu entry with its shortcut. Main thread.
+#pragma once
+
+#include <QKeySequence>
+#include <QPoint>
+#include <QString>
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+class QAction;
+class QMenu;
+
+namespace marvo::ui {
+
+class MainWindow;
+
+class Menus {
+public:
+    explicit Menus(MainWindow& window);
+    ~Menus();
+    Menus(const Menus&) = delete;
+    Menus& operator=(const Menus&) = delete;
+
+    // What can be done now, and how it is called.
+    void update();
+    void rangePanelShown(bool shown);
+    void showAddTrackMenu(const QPoint& global);
+
+private:
+    QAction* add(QMenu* menu, const QString& title, const QKeySequence& shortcut, std::function<void()> run);
+    // Enabled while a composition is selected.
+    QAction* addForComposition(QMenu* menu, const QString& title, const QKeySequence& shortcut,
+                               std::function<void()> run);
+    // The selected composition one row up or down; beeps where it cannot go.
+    void moveComposition(std::int64_t by);
+    void addFile();
+    void addEdit();
+    void addComposition();
+    void addTrack();
+    void addKeyframe();
+    void askForValue();
+    void addPlayback();
+    void addRange(QMenu* menu);
+    void addView();
+
+    MainWindow& window_;
+    QMenu* addTrackMenu_ = nullptr;
+    QAction* undo_ = nullptr;
+    QAction* redo_ = nullptr;
+    QAction* lock_ = nullptr;
+    QAction* learn_ = nullptr;
+    QAction* addresses_ = nullptr;
+    QAction* moveUp_ = nullptr;
+    QAction* moveDown_ = nullptr;
+    QAction* range_ = nullptr;
+    std::vector<QAction*> forComposition_; // need a selected one
+    std::vector<QAction*> forProject_;     // need any
+};
+
+} // namespace marvo::ui
