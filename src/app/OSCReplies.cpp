@@ -89,7 +89,7 @@ void OSCReplies::sendInfoOfComposition(const MarvoTimelineController* compositio
     send(name);
     OSCMessage duration = OSCMessage::createWithAddress(path + "/duration");
     const std::int64_t frames =
-        composition->markerController.outTime().value - composition->markerController.inTime().value;
+        (composition->markerController.outTime() - composition->markerController.inTime()).value;
     const std::int64_t fps = composition->state.compFPS;
     duration.addInt(asInt32(fps > 0 ? frames / fps : 0));
     send(duration);

@@ -5,6 +5,7 @@
 #include "composition/PlacesBefore.h"
 #include "composition/PlaybackHold.h"
 #include "composition/UndoGroup.h"
+#include "platform/Saturate.h"
 #include "tracks/MarvoTimelineTrack.h"
 
 #include <map>
@@ -144,7 +145,7 @@ void CompositionSettingsChanges::trimToWorkArea() {
         }
         composition_.keyframeEdits.undoRemoveKeyFramesWithUIDs(outside, track->trackPosition());
         if (track->keyframeCount() > 0) {
-            const FrameCount delta(-truncateToInteger(in));
+            const FrameCount delta(-truncatedToInt64(in));
             composition_.keyframeMoves.moveAllKeyFramesOnTrack(track->trackPosition(), delta, 0.0f);
         }
     }

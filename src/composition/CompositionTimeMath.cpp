@@ -1,26 +1,14 @@
 #include "composition/CompositionTimeMath.h"
 
+#include "platform/Saturate.h"
+
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 
 namespace marvo {
 
 namespace {
-
-using Limits = std::numeric_limits<std::int64_t>;
-
-template <typename Real>
-std::int64_t truncated(Real value) {
-    // 2^63 is exact in both precisions, the largest integer is not; hence the comparison with it and not with
-    // max().
-    constexpr Real bound = static_cast<Real>(9223372036854775808.0);
-    if (std::isnan(value)) return 0;
-    if (value >= bound) return Limits::max();
-    if (value <= -bound) return Limits::min();
-    return static_cast<std::int64_t>(value);
-}
 
 float fpsAsFloat(std::int64_t fps) {
     return static_cast<float>(usableFps(fps));
@@ -35,32 +23,8 @@ void appendTwoDigits(std::string& text, std::int64_t number) {
 
 } // namespace
 
-std::int64_t truncateToInteger(float value) {
-    return truncated(value);
-}
-std::int64_t truncateToInteger(double value) {
-    return truncated(value);
-}
 Frame truncateToFrame(float value) {
-    return Frame(truncated(value));
-}
-
-std::int64_t saturatingAdd(std::int64_t a, std::int64_t b) {
-    std::int64_t sum = 0;
-    if (!__builtin_add_overflow(a, b, &sum)) return sum;
-    return b > 0 ? Limits::max() : Limits::min();
-}
-
-std::int64_t saturatingSubtract(std::int64_t a, std::int64_t b) {
-    std::int64_t difference = 0;
-    if (!__builtin_sub_overflow(a, b, &difference)) return difference;
-    return b < 0 ? Limits::max() : Limits::min();
-}
-
-std::int64_t saturatingMultiply(std::int64_t a, std::int64_t b) {
-    std::int64_t product = 0;
-    if (!__builtin_mul_overflow(a, b, &product)) return product;
-    return (a < 0) == (b < 0) ? Limits::max() : Limits::min();
+    return Frame(truncatedToInt64(value));
 }
 
 float frameDuration(std::int64_t fps) {
@@ -200,8 +164,8 @@ std::optional<Frame> smpteFrame(std::uint64_t packed, float compTime, std::int64
 }
 
 float progress(Frame currentTime, Frame inTime, Frame outTime) {
-    return static_cast<float>(saturatingSubtract(currentTime.value, inTime.value)) /
-           static_cast<float>(saturatingSubtract(outTime.value, inTime.value));
+    return static_cast<float>((currentTime - inTime).value) /
+           static_cast<float>((outTime - inTime).value);
 }
 
 } // namespace marvo

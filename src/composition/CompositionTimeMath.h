@@ -29,14 +29,7 @@ constexpr std::int64_t usableFps(std::int64_t fps) {
 }
 
 // Towards zero; out of range saturates, not-a-number gives 0.
-std::int64_t truncateToInteger(float value);
-std::int64_t truncateToInteger(double value);
 Frame truncateToFrame(float value);
-
-// Sums of positions that may come from a damaged file: they stop at the ends of the number range.
-std::int64_t saturatingAdd(std::int64_t a, std::int64_t b);
-std::int64_t saturatingSubtract(std::int64_t a, std::int64_t b);
-std::int64_t saturatingMultiply(std::int64_t a, std::int64_t b);
 
 // 1 / fps in single precision.
 float frameDuration(std::int64_t fps);

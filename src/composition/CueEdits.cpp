@@ -2,6 +2,7 @@
 
 #include "composition/CompositionTimeMath.h"
 #include "composition/CueTimeInput.h"
+#include "platform/Saturate.h"
 
 #include <algorithm>
 #include <limits>
@@ -98,13 +99,12 @@ void CueEdits::placeCueAtPlayhead() {
 
 FrameCount CueEdits::maxDeltaForMoveMultiCuesWithTimeDelta(FrameCount delta) const {
     const auto selected = cues_.selectedCues();
-    std::int64_t tightest = delta.value;
+    FrameCount tightest = delta;
     for (auto cue = selected.rbegin(); cue != selected.rend(); ++cue) {
         const Frame time = (*cue)->time;
-        const Frame target(saturatingAdd(time.value, tightest));
-        tightest = saturatingSubtract(cues_.maxPossibleTimeForTime(target).value, time.value);
+        tightest = cues_.maxPossibleTimeForTime(time + tightest) - time;
     }
-    return FrameCount(tightest);
+    return tightest;
 }
 
 void CueEdits::moveMultiCuesWithTimeDelta(FrameCount wanted) {
@@ -113,11 +113,11 @@ void CueEdits::moveMultiCuesWithTimeDelta(FrameCount wanted) {
     for (const MarvoCue* cue : cues_.selectedCues()) moved.push_back(cue->id);
     std::reverse(moved.begin(), moved.end());
     for (const CueId id : moved) {
-        const Frame target(saturatingAdd(cues_.cues().cueWithId(id)->time.value, delta.value));
+        const Frame target = cues_.cues().cueWithId(id)->time + delta;
         moveCueAtIndex(*cues_.cues().indexOf(id), target, true, true, false);
     }
 
-    const FrameCount inverse(saturatingSubtract(0, delta.value));
+    const FrameCount inverse = -delta;
     composition_.registerUndo("Move Cue", [this, inverse, indexes = selectedIndexes()] {
         selectIndexes(indexes);
         moveMultiCuesWithTimeDelta(inverse);
@@ -127,8 +127,7 @@ void CueEdits::moveMultiCuesWithTimeDelta(FrameCount wanted) {
 
 void CueEdits::undoInvertSelectedCues() {
     const Frame total = endFrame(composition_.compTime(), composition_.compFPS());
-    for (MarvoCue* cue : cues_.selectedCues())
-        cue->time = Frame(saturatingSubtract(total.value, cue->time.value));
+    for (MarvoCue* cue : cues_.selectedCues()) cue->time = Frame((total - cue->time).value);
     cues_.rebuildCuesWithRefresh(true);
     composition_.registerUndo("Invert Cues Time", [this, indexes = selectedIndexes()] {
         selectIndexes(indexes);
@@ -151,8 +150,7 @@ std::optional<FrameCount> CueEdits::deltaOfTimeText(std::string_view text, Frame
     case CueTimeInput::Kind::absolute:
         break;
     }
-    const Frame target = cues_.maxPossibleTimeForTime(Frame(input.frames));
-    return FrameCount(saturatingSubtract(target.value, time.value));
+    return cues_.maxPossibleTimeForTime(Frame(input.frames)) - time;
 }
 
 std::vector<CueTime> CueEdits::selectedTimes() const {

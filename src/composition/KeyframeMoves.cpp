@@ -97,10 +97,8 @@ KeyframeMoves::Deltas KeyframeMoves::maxDeltas(const MarvoTimelineTrack& track, 
     Deltas deltas = wanted;
     for (const MarvoTimelineKeyframe& keyframe : track.keyframes().store().all()) {
         if (!keyframe.selected) continue;
-        const Frame target(saturatingAdd(keyframe.time.value, deltas.time.value));
-        const FrameCount possible(
-            saturatingSubtract(maxPossibleTimeForTime(target).value, keyframe.time.value));
-        deltas.time = narrowed(deltas.time, possible);
+        const Frame target = maxPossibleTimeForTime(keyframe.time + deltas.time);
+        deltas.time = narrowed(deltas.time, target - keyframe.time);
         const float reached = maxPossibleValueForValue(keyframe.value + deltas.value, keyframe);
         deltas.value = narrowed(deltas.value, reached - keyframe.value);
     }
@@ -148,7 +146,7 @@ void KeyframeMoves::undoInvertSelectedKeyframesTimeOnTrack(std::int64_t trackPos
     if (!track) return;
     const Frame total = endFrame(composition_.compTime(), composition_.compFPS());
     std::vector<KeyframePlace> places = track->keyframes().selectedKeyframes();
-    for (KeyframePlace& place : places) place.time = Frame(saturatingSubtract(total.value, place.time.value));
+    for (KeyframePlace& place : places) place.time = Frame((total - place.time).value);
     place(trackPosition, std::move(places), "Invert Keyframes Time");
 }
 

@@ -94,7 +94,7 @@ std::size_t MarvoCueController::addNewCueWithData(const CueRecord& record) {
 
 std::optional<CueId> MarvoCueController::addNewCueWithDataByCopy(const CueRecord& record,
                                                                  FrameCount padding) {
-    const Frame target(saturatingAdd(record.time, padding.value));
+    const Frame target = Frame(record.time) + padding;
     if (target < Frame(0)) return std::nullopt;
     if (!isInsideComposition(target, composition_.compTime(), composition_.compFPS())) return std::nullopt;
 
@@ -186,7 +186,7 @@ bool MarvoCueController::multiCuesSelected() const {
 }
 
 void MarvoCueController::selectCuesInRange(Frame start, FrameCount length) {
-    const Frame end(saturatingAdd(start.value, length.value));
+    const Frame end = start + length;
     list_.forEach([start, end](MarvoCue& cue) {
         if (cue.time >= start && cue.time <= end) cue.selected = true;
     });

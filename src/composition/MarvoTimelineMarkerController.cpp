@@ -1,6 +1,7 @@
 #include "composition/MarvoTimelineMarkerController.h"
 
 #include "composition/CompositionTimeMath.h"
+#include "platform/Saturate.h"
 
 #include <algorithm>
 #include <cmath>
@@ -75,7 +76,7 @@ Frame MarvoTimelineMarkerController::throttlerFrameAt(double x) const {
     const double right = viewWidth_ - static_cast<double>(rulerMargin);
     const double clamped = std::max(static_cast<double>(rulerMargin), std::min(x, right));
     const float unit = throttlerTimeUnitInPixels();
-    const std::int64_t fromEdge = truncateToInteger(std::round(static_cast<float>(unit * clamped)));
+    const std::int64_t fromEdge = truncatedToInt64(std::round(static_cast<float>(unit * clamped)));
     return truncateToFrame(static_cast<float>(fromEdge) - std::round(unit * rulerMargin));
 }
 
@@ -121,8 +122,7 @@ bool MarvoTimelineMarkerController::moveBody(double x, bool shiftPressed) {
     const std::int64_t in = inTime().value;
     const std::int64_t out = outTime().value;
 
-    std::int64_t d =
-        saturatingSubtract(throttlerFrameAt(x).value, throttlerFrameAt(helperXForThrottlerDragMe_).value);
+    std::int64_t d = (throttlerFrameAt(x) - throttlerFrameAt(helperXForThrottlerDragMe_)).value;
     if (static_cast<float>(saturatingAdd(out, d)) > length) d = saturatingSubtract(end().value, out);
     if (saturatingAdd(in, d) < 0) d = saturatingSubtract(0, in);
     if (!shiftPressed) {

@@ -6,13 +6,13 @@ namespace marvo {
 namespace {
 
 float distance(Frame from, Frame to) {
-    return static_cast<float>(saturatingSubtract(to.value, from.value));
+    return static_cast<float>((to - from).value);
 }
 
 } // namespace
 
 FrameCount limitedStretchDelta(FrameCount delta, StretchEnd dragged, Frame first, Frame last, Frame end) {
-    const auto moved = [&](Frame from) { return Frame(saturatingAdd(from.value, delta.value)); };
+    const auto moved = [&](Frame from) { return from + delta; };
     if (dragged == StretchEnd::right) {
         if (delta > FrameCount(0)) return moved(last) > end ? end - last : delta;
         return moved(last) <= first ? first - last : delta;

@@ -1,6 +1,6 @@
 #include "composition/TrackOrder.h"
 
-#include "composition/CompositionTimeMath.h"
+#include "platform/Saturate.h"
 
 #include <algorithm>
 #include <bitset>

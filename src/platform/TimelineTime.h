@@ -3,9 +3,12 @@
 // A Frame is a position, a FrameCount the distance between two positions; both count frames of one
 // composition's compFPS. Position minus position is a distance, position plus position does not compile, and
 // neither mixes with seconds. Where the rules ask for single precision the caller converts explicitly.
+// Positions may come from a damaged file: sums stop at the ends of the number range.
 //
 // Thread-safe: plain values. Realtime-safe: yes.
 #pragma once
+
+#include "platform/Saturate.h"
 
 #include <compare>
 #include <cstdint>
@@ -29,22 +32,22 @@ struct Frame {
 };
 
 constexpr FrameCount operator-(Frame a, Frame b) {
-    return FrameCount(a.value - b.value);
+    return FrameCount(saturatingSubtract(a.value, b.value));
 }
 constexpr Frame operator+(Frame a, FrameCount d) {
-    return Frame(a.value + d.value);
+    return Frame(saturatingAdd(a.value, d.value));
 }
 constexpr Frame operator-(Frame a, FrameCount d) {
-    return Frame(a.value - d.value);
+    return Frame(saturatingSubtract(a.value, d.value));
 }
 constexpr FrameCount operator+(FrameCount a, FrameCount b) {
-    return FrameCount(a.value + b.value);
+    return FrameCount(saturatingAdd(a.value, b.value));
 }
 constexpr FrameCount operator-(FrameCount a, FrameCount b) {
-    return FrameCount(a.value - b.value);
+    return FrameCount(saturatingSubtract(a.value, b.value));
 }
 constexpr FrameCount operator-(FrameCount a) {
-    return FrameCount(-a.value);
+    return FrameCount(saturatingSubtract(0, a.value));
 }
 
 // Forces the next tick to process its frame when it stands in lastProcessedTime.

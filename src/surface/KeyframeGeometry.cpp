@@ -1,6 +1,6 @@
 #include "surface/KeyframeGeometry.h"
 
-#include "composition/CompositionTimeMath.h"
+#include "platform/Saturate.h"
 
 #include <algorithm>
 #include <cmath>
@@ -68,8 +68,8 @@ KeyframeGeometry::keyframeAtPoint(std::span<const MarvoTimelineKeyframe> keyfram
     auto first = keyframes.begin();
     auto last = keyframes.end();
     if (unit > 0.0) {
-        const Frame from(truncateToInteger(std::floor((point.x - reach) * unit)));
-        const Frame to(truncateToInteger(std::ceil((point.x + reach) * unit)));
+        const Frame from(truncatedToInt64(std::floor((point.x - reach) * unit)));
+        const Frame to(truncatedToInt64(std::ceil((point.x + reach) * unit)));
         first = std::lower_bound(first, last, from, [](const auto& k, Frame time) { return k.time < time; });
         last = std::upper_bound(first, last, to, [](Frame time, const auto& k) { return time < k.time; });
     }

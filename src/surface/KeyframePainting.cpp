@@ -1,6 +1,6 @@
 #include "surface/KeyframePainting.h"
 
-#include "composition/CompositionTimeMath.h"
+#include "platform/Saturate.h"
 #include "tracks/Curves.h"
 
 #include <algorithm>
@@ -180,7 +180,7 @@ void KeyframePainting::sprites(double left, double right, std::vector<KeyframeSp
 }
 
 Frame KeyframePainting::frameAtOrBefore(double x, double unit) {
-    return Frame(truncateToInteger(std::floor(x * unit)));
+    return Frame(truncatedToInt64(std::floor(x * unit)));
 }
 
 } // namespace marvo

@@ -1,6 +1,7 @@
 #include "surface/RulerTicks.h"
 
 #include "composition/CompositionTimeMath.h"
+#include "platform/Saturate.h"
 
 #include <algorithm>
 #include <array>
@@ -44,7 +45,7 @@ double xOf(std::int64_t n, double step) {
 // One step before the first that is seen, and not before the beginning.
 std::int64_t firstOf(const SurfaceRect& dirty, double step) {
     const double before = std::floor((dirty.x - TimelineGeometry::rulerMargin) / step) - 1.0;
-    return std::max<std::int64_t>(0, truncateToInteger(before));
+    return std::max<std::int64_t>(0, truncatedToInt64(before));
 }
 
 } // namespace
@@ -53,7 +54,7 @@ RulerTicks::RulerTicks(float compTime, std::int64_t compFPS, double rulerWidth)
     : pixelsPerFrame_(TimelineGeometry(compTime, compFPS).rulerPixelsPerFrame(rulerWidth)),
       pixelsPerSecond_(static_cast<double>(usableFps(compFPS)) * pixelsPerFrame_),
       length_(static_cast<double>(TimelineGeometry(compTime, compFPS).length())),
-      wholeSeconds_(truncateToInteger(static_cast<double>(compTime) + 1.0)),
+      wholeSeconds_(truncatedToInt64(static_cast<double>(compTime) + 1.0)),
       minuteFactor_(static_cast<double>(compTime) < longComposition ? 0.0 : 1.1) {}
 
 std::int64_t RulerTicks::everyNthFrame() const {

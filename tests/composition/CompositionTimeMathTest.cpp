@@ -189,20 +189,3 @@ TEST(Progress, OfAWorkingAreaWithoutLengthIsNoNumber) {
     EXPECT_TRUE(std::isinf(progress(Frame(6), Frame(5), Frame(5))));
     EXPECT_TRUE(std::isfinite(progress(Frame(largest), Frame(smallest), Frame(0))));
 }
-
-TEST(Saturation, StopsAtTheEndsOfTheNumberRange) {
-    EXPECT_EQ(truncateToInteger(9.2233720368547758e18f), largest);
-    EXPECT_EQ(truncateToInteger(-9.3e18f), smallest);
-    EXPECT_EQ(truncateToInteger(std::numeric_limits<float>::infinity()), largest);
-    EXPECT_EQ(truncateToInteger(-std::numeric_limits<double>::infinity()), smallest);
-    EXPECT_EQ(truncateToInteger(std::nanf("")), 0);
-    EXPECT_EQ(truncateToInteger(-2.9f), -2);
-    EXPECT_EQ(truncateToInteger(2.9), 2);
-    EXPECT_EQ(saturatingAdd(largest, 1), largest);
-    EXPECT_EQ(saturatingAdd(smallest, -1), smallest);
-    EXPECT_EQ(saturatingSubtract(0, smallest), largest);
-    EXPECT_EQ(saturatingSubtract(smallest, 1), smallest);
-    EXPECT_EQ(saturatingMultiply(largest, -2), smallest);
-    EXPECT_EQ(saturatingMultiply(smallest, -2), largest);
-    EXPECT_EQ(saturatingMultiply(6, 7), 42);
-}
