@@ -206,6 +206,13 @@ CompositionSet::compositionIndexOfTimelineController(const MarvoTimelineControll
     return 0;
 }
 
+MarvoTimelineController* CompositionSet::compositionWithIdentifier(std::string_view identifier) const {
+    for (const auto& element : compositions_) {
+        if (element->timelineController().identifier() == identifier) return &element->timelineController();
+    }
+    return nullptr;
+}
+
 MarvoTimelineController* CompositionSet::compositionWithName(std::string_view name) const {
     for (const auto& element : compositions_) {
         if (element->timelineController().compName() == name) return &element->timelineController();
@@ -229,23 +236,30 @@ std::vector<std::string> CompositionSet::compositionNames() const {
     return names;
 }
 
-bool CompositionSet::isAvailableCompName(std::string_view name, bool ignoreCurrent) const {
+bool CompositionSet::isAvailableName(std::string_view name, const MarvoTimelineController* own) const {
     if (name.empty()) return false;
-    const MarvoTimelineController* selected = selectedComposition();
     return std::none_of(compositions_.begin(), compositions_.end(), [&](const auto& element) {
         const MarvoTimelineController& composition = element->timelineController();
-        return composition.compName() == name && (ignoreCurrent || &composition != selected);
+        return composition.compName() == name && &composition != own;
     });
+}
+
+bool CompositionSet::isAvailableCompName(std::string_view name, bool ignoreCurrent) const {
+    return isAvailableName(name, ignoreCurrent ? nullptr : selectedComposition());
+}
+
+bool CompositionSet::renameComposition(MarvoTimelineController& composition, const std::string& name) {
+    if (!isAvailableName(name, &composition)) return false;
+    composition.setCompName(name);
+    composition.setOSCAddresses();
+    services_.application.updateInfoDisplay();
+    changed_();
+    return true;
 }
 
 bool CompositionSet::renameSelectedComposition(const std::string& name) {
     MarvoTimelineController* composition = selectedComposition();
-    if (!composition || !isAvailableCompName(name, false)) return false;
-    composition->setCompName(name);
-    composition->setOSCAddresses();
-    services_.application.updateInfoDisplay();
-    changed_();
-    return true;
+    return composition && renameComposition(*composition, name);
 }
 
 MarvoTimelineController* CompositionSet::nextEnabledCompositionFromIndex(std::int64_t index) const {

@@ -60,10 +60,16 @@ public:
     void selectNextComposition();
 
     std::int64_t compositionIndexOfTimelineController(const MarvoTimelineController& composition) const;
+    MarvoTimelineController* compositionWithIdentifier(std::string_view identifier) const;
     MarvoTimelineController* compositionWithName(std::string_view name) const;
     MarvoTimelineController* compositionWithOSCName(std::string_view name) const;
     std::vector<std::string> compositionNames() const;
+    // Whether a name is free: no composition has it but, when that one is given, `own`.
+    bool isAvailableName(std::string_view name, const MarvoTimelineController* own) const;
+    // The name of the selected one is free with ignoreCurrent false.
     bool isAvailableCompName(std::string_view name, bool ignoreCurrent) const;
+    // False, and nothing changed, where the name is not free for it.
+    bool renameComposition(MarvoTimelineController& composition, const std::string& name);
     bool renameSelectedComposition(const std::string& name);
     MarvoTimelineController* nextEnabledCompositionFromIndex(std::int64_t index) const;
     MarvoTimelineController* prevEnabledCompositionFromIndex(std::int64_t index) const;

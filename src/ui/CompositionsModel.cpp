@@ -84,30 +84,16 @@ bool CompositionsModel::setData(const QModelIndex& index, const QVariant& value,
 }
 
 bool CompositionsModel::mayBeCalled(const std::string& identifier, const std::string& name) const {
-    const auto& all = application_.compositions.all();
-    return !name.empty() && std::none_of(all.begin(), all.end(), [&](const auto& element) {
-        const MarvoTimelineController& other = element->timelineController();
-        return other.compName() == name && other.identifier() != identifier;
-    });
+    const CompositionSet& compositions = application_.compositions;
+    return compositions.isAvailableName(name, compositions.compositionWithIdentifier(identifier));
 }
 
 bool CompositionsModel::rename(const std::string& identifier, const std::string& name) {
-    for (const auto& element : application_.compositions.all()) {
-        MarvoTimelineController& composition = element->timelineController();
-        if (composition.identifier() != identifier) continue;
-        if (!mayBeCalled(identifier, name)) {
-            application_.beep();
-            return false;
-        }
-        if (&composition == application_.compositions.selectedComposition())
-            return application_.compositions.renameSelectedComposition(name);
-        composition.setCompName(name);
-        composition.setOSCAddresses();
-        application_.updateInfoDisplay();
-        application_.projectChanged();
-        return true;
-    }
-    return false;
+    MarvoTimelineController* composition = application_.compositions.compositionWithIdentifier(identifier);
+    if (!composition) return false;
+    const bool renamed = application_.compositions.renameComposition(*composition, name);
+    if (!renamed) application_.beep();
+    return renamed;
 }
 
 Qt::ItemFlags CompositionsModel::flags(const QModelIndex& index) const {

@@ -15,11 +15,7 @@ public:
 
     // Null when it is gone. To be asked for anew after every turn of the loop.
     MarvoTimelineController* get() const {
-        for (const auto& element : application_.compositions.all()) {
-            MarvoTimelineController& composition = element->timelineController();
-            if (composition.identifier() == identifier_) return &composition;
-        }
-        return nullptr;
+        return application_.compositions.compositionWithIdentifier(identifier_);
     }
 
 private:
