@@ -85,9 +85,5 @@ inline std::uint32_t packedRGBA(const Colour& colour) {
     return static_cast<std::uint32_t>(redGreen[0] << 24 | redGreen[1] << 16 | blueAlpha[0] << 8 |
                                       blueAlpha[1]);
 }
-// The same of one component.
-inline std::uint8_t byteOfComponent(double component) {
-    return static_cast<std::uint8_t>(colourmath::bytesOf(colourmath::Pair{component, 0.0})[0]);
-}
 
 } // namespace marvo

@@ -20,13 +20,12 @@ public:
     const Clock& clock() const override { return show.clock; }
     const Paths& paths() const override { return paths_; }
     const RunStatistics& statistics() const override { return measured; }
-    std::string_view midiKind() const override { return kind; }
+    std::string_view midiKind() const override { return "none"; }
     void endAtOnce() override { end(); }
     void end() override { show.application.applicationWillTerminate(); }
 
     Show show;
     RunStatistics measured;
-    std::string kind = "none"; // of MIDI
     std::vector<std::string> logged;
 
 private:

@@ -15,16 +15,21 @@ void expectNear(const Colour& colour, const Colour& expected, double error = 1e-
     EXPECT_NEAR(colour.alpha, expected.alpha, error);
 }
 
+// What a lamp or a port is given for one component.
+std::uint32_t byteOf(double component) {
+    return packedRGBA({component, 0, 0, 0}) >> 24;
+}
+
 } // namespace
 
 TEST(Colour, AComponentBecomesAByteByCutting) {
-    EXPECT_EQ(byteOfComponent(0.5), 127);
-    EXPECT_EQ(byteOfComponent(0.999), 254);
-    EXPECT_EQ(byteOfComponent(1.0), 255);
-    EXPECT_EQ(byteOfComponent(-0.2), 0);
-    EXPECT_EQ(byteOfComponent(7.0), 255);
-    EXPECT_EQ(byteOfComponent(std::numeric_limits<double>::quiet_NaN()), 0);
-    for (int i = 0; i < 256; ++i) EXPECT_EQ(byteOfComponent(i / 255.0), i);
+    EXPECT_EQ(byteOf(0.5), 127u);
+    EXPECT_EQ(byteOf(0.999), 254u);
+    EXPECT_EQ(byteOf(1.0), 255u);
+    EXPECT_EQ(byteOf(-0.2), 0u);
+    EXPECT_EQ(byteOf(7.0), 255u);
+    EXPECT_EQ(byteOf(std::numeric_limits<double>::quiet_NaN()), 0u);
+    for (int i = 0; i < 256; ++i) EXPECT_EQ(byteOf(i / 255.0), static_cast<std::uint32_t>(i));
 }
 
 TEST(Colour, HueTurnsFromRedOverGreenAndBlueBackToRed) {
@@ -95,8 +100,8 @@ TEST(Colour, AWayBackHoldsTheColoursOfTheWayThere) {
     for (int i = 0; i <= 255; ++i) {
         const Colour there = from.mixedWith(to, i, 255);
         EXPECT_EQ(there, to.mixedWith(from, 255 - i, 255));
-        EXPECT_EQ(byteOfComponent(there.red), i);
-        EXPECT_EQ(byteOfComponent(there.green), 255 - i);
+        EXPECT_EQ(byteOf(there.red), static_cast<std::uint32_t>(i));
+        EXPECT_EQ(byteOf(there.green), static_cast<std::uint32_t>(255 - i));
         EXPECT_EQ(there.blue, 0.2) << "what does not move stays to the bit";
     }
     EXPECT_EQ(from.mixedWith(to, 0, 7), from);

@@ -28,6 +28,13 @@ struct CompositionsPanelTest : ::testing::Test, Stage {
         EXPECT_TRUE(editor());
         return *editor();
     }
+    // As a right click on its switch asks for it.
+    void openMenuOf(int row) {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, rowOf(row, Column::enabledColumn).center(),
+                                QPoint(300, 300));
+        QApplication::sendEvent(table().viewport(), &event);
+        frame();
+    }
     void cell(int row, Column column, const QString& means) {
         EXPECT_EQ(table().model()->index(row, column).data(Qt::ToolTipRole).toString(), means);
     }
@@ -164,21 +171,15 @@ TEST_F(CompositionsPanelTest, TheColumnOfNumbersComesWithItsCommandAndIsKept) {
 }
 
 TEST_F(CompositionsPanelTest, TheMenuOfASwitchSolosAndMutes) {
-    const auto menuOf = [this](int row) {
-        QContextMenuEvent event(QContextMenuEvent::Mouse, rowOf(row, Column::enabledColumn).center(),
-                                QPoint(300, 300));
-        QApplication::sendEvent(table().viewport(), &event);
-        frame();
-    };
     clickRow(0, Column::nameColumn);
-    menuOf(0);
+    openMenuOf(0);
     pick("Solo");
     EXPECT_TRUE(composition(0).state.compState);
     EXPECT_FALSE(composition(1).state.compState);
-    menuOf(0);
+    openMenuOf(0);
     pick("Unmute All");
     EXPECT_TRUE(composition(1).state.compState);
-    menuOf(0);
+    openMenuOf(0);
     pick("Mute All");
     EXPECT_FALSE(composition(0).state.compState);
     EXPECT_FALSE(composition(1).state.compState);
@@ -186,10 +187,7 @@ TEST_F(CompositionsPanelTest, TheMenuOfASwitchSolosAndMutes) {
 
 TEST_F(CompositionsPanelTest, TheMenuSolosItsRowThoughARemoteHasSelectedAnother) {
     clickRow(0, Column::nameColumn);
-    QContextMenuEvent event(QContextMenuEvent::Mouse, rowOf(0, Column::enabledColumn).center(),
-                            QPoint(300, 300));
-    QApplication::sendEvent(table().viewport(), &event);
-    frame();
+    openMenuOf(0);
     application().compositions.selectCompositionAtIndex(1);
     frame();
     pick("Solo");
@@ -238,12 +236,9 @@ TEST_F(CompositionsPanelTest, ANameThatIsGivenUpIsNotTakenByARemoteChange) {
 
 TEST_F(CompositionsPanelTest, TheMenuSolosTheRowItWasOpenedOn) {
     clickRow(0, Column::nameColumn);
-    const QPoint at = rowOf(1, Column::enabledColumn).center();
-    QTest::mouseClick(table().viewport(), Qt::RightButton, {}, at);
+    QTest::mouseClick(table().viewport(), Qt::RightButton, {}, rowOf(1, Column::enabledColumn).center());
     frame();
-    QContextMenuEvent event(QContextMenuEvent::Mouse, at, QPoint(300, 300));
-    QApplication::sendEvent(table().viewport(), &event);
-    frame();
+    openMenuOf(1);
     pick("Solo");
     EXPECT_FALSE(composition(0).state.compState);
     EXPECT_TRUE(composition(1).state.compState);
