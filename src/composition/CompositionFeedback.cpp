@@ -11,6 +11,7 @@ CompositionFeedback::CompositionFeedback(MarvoTimelineController& composition, C
     : composition_(composition), services_(services) {
     // Names are short; a longer one is found room for when it is first reported.
     message_.makeRoom(256, 1, 256);
+    cueName_.reserve(256);
 }
 
 void CompositionFeedback::setOSCAddresses(const std::string& oscNamespace) {
@@ -47,9 +48,10 @@ void CompositionFeedback::processOSCFeedbacks() {
 void CompositionFeedback::processOSCFeedbackByCue(const MarvoCue& cue) {
     // A pausing cue, too, reports itself as "loopedbycue": listeners were built on it.
     if (!services_.oscManager.oscFeedbackEnabled() || cue.type == CueType::passes) return;
-    const std::string name = composition_.cueController.displayNameOf(cue);
-    send(loopedByCue_, name);
-    if (composition_.isCurrentComposition()) send("/marvo/current/loopedbycue", name);
+    cueName_.clear();
+    composition_.cueController.appendDisplayNameOf(cue, cueName_);
+    send(loopedByCue_, cueName_);
+    if (composition_.isCurrentComposition()) send("/marvo/current/loopedbycue", cueName_);
 }
 
 void CompositionFeedback::sendCurrentCompositionNameByFeedback() {

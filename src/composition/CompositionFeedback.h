@@ -35,6 +35,7 @@ private:
     std::string playhead_;
     std::string playheadAsTime_;
     std::string loopedByCue_;
+    std::string cueName_; // of the cue that is reported; its room is kept
 };
 
 } // namespace marvo

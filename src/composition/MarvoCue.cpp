@@ -1,5 +1,7 @@
 #include "composition/MarvoCue.h"
 
+#include "platform/Numbers.h"
+
 #include <algorithm>
 
 namespace marvo {
@@ -51,17 +53,22 @@ void MarvoCue::restoreWithData(const CueRecord& record) {
         numberOfLoopsNeeded = std::max<std::uint64_t>(*record.numberOfLoopsNeeded, 1);
 }
 
-std::string cueDisplayName(std::string_view cueName, std::size_t number) {
+void appendCueDisplayName(std::string& text, std::string_view cueName, std::size_t number) {
     constexpr std::string_view placeholder = "<$>";
-    const std::string digits = std::to_string(number);
-    std::string name;
+    const NumberText digits = formatUnsigned(number);
     for (;;) {
         const std::size_t at = cueName.find(placeholder);
-        name += cueName.substr(0, at);
-        if (at == std::string_view::npos) return name;
-        name += digits;
+        text += cueName.substr(0, at);
+        if (at == std::string_view::npos) return;
+        text += digits.view();
         cueName.remove_prefix(at + placeholder.size());
     }
+}
+
+std::string cueDisplayName(std::string_view cueName, std::size_t number) {
+    std::string name;
+    appendCueDisplayName(name, cueName, number);
+    return name;
 }
 
 } // namespace marvo

@@ -80,5 +80,7 @@ struct MarvoCue {
 
 // The name pattern with the cue's number, counted from 1, in place of every "<$>".
 std::string cueDisplayName(std::string_view cueName, std::size_t number);
+// The same behind what stands in `text`; allocates only where that has no room for it.
+void appendCueDisplayName(std::string& text, std::string_view cueName, std::size_t number);
 
 } // namespace marvo

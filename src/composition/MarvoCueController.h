@@ -63,6 +63,8 @@ public:
 
     const CueList& cues() const { return list_; }
     std::string displayNameOf(const MarvoCue& cue) const;
+    // As appendCueDisplayName; nothing of a cue that is not in the list.
+    void appendDisplayNameOf(const MarvoCue& cue, std::string& text) const;
     bool isLocked() const { return isLocked_; }
     void setLocked(bool locked) { isLocked_ = locked; }
     // The cue row as a whole. Main thread; needs no queue.

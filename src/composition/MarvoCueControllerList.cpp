@@ -9,8 +9,13 @@
 namespace marvo {
 
 std::string MarvoCueController::displayNameOf(const MarvoCue& cue) const {
-    const auto index = list_.indexOf(cue.id);
-    return index ? list_.displayName(*index) : std::string();
+    std::string name;
+    appendDisplayNameOf(cue, name);
+    return name;
+}
+
+void MarvoCueController::appendDisplayNameOf(const MarvoCue& cue, std::string& text) const {
+    if (const auto index = list_.indexOf(cue.id)) appendCueDisplayName(text, cue.cueName, *index + 1);
 }
 
 Frame MarvoCueController::timeAtLocation(float x, float viewWidth) const {
