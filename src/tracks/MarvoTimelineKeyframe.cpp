@@ -44,11 +44,13 @@ void MarvoTimelineKeyframe::refresh() {
 }
 
 void MarvoTimelineKeyframe::calculateNewValuesWithNewMinMax(float newMinimum, float newMaximum,
-                                                            KeyframeTrackKind kind) {
+                                                            KeyframeTrackKind kind, LaneHeight drawn) {
     if (newMinimum == minValue && newMaximum == maxValue) return;
     minValue = newMinimum;
     maxValue = newMaximum;
-    float v = (std::fabs(maxValue) - minValue) * shownRatio_ + minValue;
+    float ratio = shownRatio_;
+    if (drawn.isCollapsed()) ratio *= static_cast<float>(LaneHeight::collapsed / LaneHeight::expanded);
+    float v = (std::fabs(maxValue) - minValue) * ratio + minValue;
     v = std::max(std::min(v, maxValue), minValue);
     if (kind != KeyframeTrackKind::oscFloat) v = std::roundf(v);
     value = v;

@@ -6,6 +6,7 @@
 
 #include "platform/TimelineTime.h"
 #include "tracks/Curves.h"
+#include "tracks/LaneHeight.h"
 #include "tracks/MarvoTimelineColorKeyframe.h"
 #include "tracks/MarvoTimelineFlagKeyframe.h"
 
@@ -27,9 +28,6 @@ struct KeyframeRange {
 
 class MarvoTimelineKeyframe {
 public:
-    // The height that heights are measured against, collapsed or not.
-    static constexpr float laneHeight = 119.0f;
-
     Frame time;
     float value = 0.0f;
     float minValue = 0.0f;
@@ -63,12 +61,14 @@ public:
     void setPreviewInterpolation(const std::string_view* label);
     Curve curveInUse() const { return hasPreview_ ? preview_ : curve_; }
 
-    // (frame origin y + 8) / 119: the height on the lane as it is drawn, from the last refresh.
+    // The share of the height of its lane at which it is drawn, from the last refresh.
     float shownRatio() const { return shownRatio_; }
     // Brings the height to the value.
     void refresh();
-    // A new range: the keyframe keeps its height on the lane, not its value. refresh() afterwards.
-    void calculateNewValuesWithNewMinMax(float newMinimum, float newMaximum, KeyframeTrackKind kind);
+    // A new range: the keyframe keeps its height in pixels on the lane as it is drawn, measured against the
+    // full height. refresh() afterwards. So on a collapsed lane, deliberately, values come out lower.
+    void calculateNewValuesWithNewMinMax(float newMinimum, float newMaximum, KeyframeTrackKind kind,
+                                         LaneHeight drawn);
 
     float floatTime(std::int64_t compFPS) const;
 

@@ -172,7 +172,8 @@ void MarvoTimelineTrack::rangeChanged(float minimum, float maximum, std::vector<
     trackMaxValue_ = maximum;
     std::unique_ptr<KeyframePlan> plan = keyframes_.prepare([&](KeyframeStore& store) {
         for (MarvoTimelineKeyframe& keyframe : store.all()) {
-            keyframe.calculateNewValuesWithNewMinMax(trackMinValue_, trackMaxValue_, keyframeKind());
+            keyframe.calculateNewValuesWithNewMinMax(trackMinValue_, trackMaxValue_, keyframeKind(),
+                                                     laneHeight);
             keyframe.refresh();
         }
         store.visit(values, [](MarvoTimelineKeyframe& keyframe, const KeyframePlace& one) {

@@ -172,11 +172,22 @@ TEST(KeyframeRescale, KeepsTheHeightOnTheLaneNotTheValue) {
     point.minValue = 0;
     point.maxValue = 120;
     point.refresh();
-    point.calculateNewValuesWithNewMinMax(0, 255, KeyframeTrackKind::other);
+    point.calculateNewValuesWithNewMinMax(0, 255, KeyframeTrackKind::other, LaneHeight());
     EXPECT_EQ(point.value, 128.0f);
     point.refresh();
-    point.calculateNewValuesWithNewMinMax(0, 255, KeyframeTrackKind::other);
+    point.calculateNewValuesWithNewMinMax(0, 255, KeyframeTrackKind::other, LaneHeight());
     EXPECT_EQ(point.value, 128.0f) << "an unchanged range changes nothing";
+}
+
+TEST(KeyframeRescale, OnACollapsedLaneMeasuresTheHeightAgainstTheFullOne) {
+    MarvoTimelineKeyframe point = keyframe(0, 60);
+    point.minValue = 0;
+    point.maxValue = 120;
+    point.refresh();
+    LaneHeight drawn;
+    drawn.collapse();
+    point.calculateNewValuesWithNewMinMax(0, 255, KeyframeTrackKind::other, drawn);
+    EXPECT_EQ(point.value, 34.0f) << "16 of 119 pixels, of 255";
 }
 
 TEST(KeyframeRescale, KeepsFractionsOnFloatTracksAlone) {
@@ -184,7 +195,7 @@ TEST(KeyframeRescale, KeepsFractionsOnFloatTracksAlone) {
     point.minValue = 0;
     point.maxValue = 100;
     point.refresh();
-    point.calculateNewValuesWithNewMinMax(0, 10, KeyframeTrackKind::oscFloat);
+    point.calculateNewValuesWithNewMinMax(0, 10, KeyframeTrackKind::oscFloat, LaneHeight());
     EXPECT_NEAR(point.value, 3.3f, 1e-5f);
 }
 
