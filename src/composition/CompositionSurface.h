@@ -28,6 +28,8 @@ public:
     virtual void redrawMarker() = 0;
     // The playhead has moved because the composition plays.
     virtual void playheadMovedDuringPlayback() = 0;
+    // The playhead was put elsewhere, or playing has ended.
+    virtual void playheadJumped() = 0;
     virtual void redrawCues() = 0;
 };
 

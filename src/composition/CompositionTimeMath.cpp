@@ -164,8 +164,7 @@ std::optional<Frame> smpteFrame(std::uint64_t packed, float compTime, std::int64
 }
 
 float progress(Frame currentTime, Frame inTime, Frame outTime) {
-    return static_cast<float>((currentTime - inTime).value) /
-           static_cast<float>((outTime - inTime).value);
+    return static_cast<float>((currentTime - inTime).value) / static_cast<float>((outTime - inTime).value);
 }
 
 } // namespace marvo

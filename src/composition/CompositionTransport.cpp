@@ -4,8 +4,10 @@
 #include "composition/CompositionServices.h"
 #include "composition/CompositionTimeMath.h"
 #include "composition/MarvoTimelineController.h"
+#include "tracks/MarvoTimelineTrack.h"
 
 #include <cmath>
+#include <optional>
 
 namespace marvo {
 
@@ -13,7 +15,7 @@ CompositionTransport::CompositionTransport(MarvoTimelineController& composition,
                                            CompositionServices& services)
     : composition_(composition), services_(services),
       endSignal_(services.mainThread, [this] { services_.application.compositionEnds(composition_); }),
-      markerSignal_(services.mainThread, [this] { composition_.redrawMarker(); }),
+      markerSignal_(services.mainThread, [this] { composition_.playheadJumped(); }),
       playbackSignal_(services.mainThread, [this] { composition_.playheadMovedDuringPlayback(); }) {}
 
 void CompositionTransport::processCompositionAtTime(float delta) {
@@ -281,6 +283,43 @@ void CompositionTransport::jumpToWorkingAreaBeginning() {
 
 void CompositionTransport::jumpToWorkingAreaEnd() {
     markerDraggedToTime(composition_.markerController.outTime());
+}
+
+bool CompositionTransport::jumpToKeyframe(bool forward) {
+    const auto* track = dynamic_cast<const MarvoTimelineTrack*>(composition_.tracks.selectedTrack());
+    if (!track) return false;
+    const Frame now = composition_.markerController.markerTime();
+    std::optional<Frame> target;
+    for (const MarvoTimelineKeyframe& keyframe : track->keyframes().store().all()) {
+        const Frame time = keyframe.time;
+        if (forward ? time <= now : time >= now) continue;
+        if (!target || (forward ? time < *target : time > *target)) target = time;
+    }
+    if (target) markerDraggedToTime(*target);
+    return !track->keyframes().store().all().empty();
+}
+
+void CompositionTransport::jumpToNextKeyframe() {
+    if (!jumpToKeyframe(true)) services_.application.beep();
+}
+
+void CompositionTransport::jumpToPrevKeyframe() {
+    if (!jumpToKeyframe(false)) services_.application.beep();
+}
+
+void CompositionTransport::setPlayheadToActiveKeyframeOrCue() {
+    const std::optional<Frame> cue = services_.compQueue.sync([this]() -> std::optional<Frame> {
+        const MarvoCue* active = composition_.cueController.activeCue();
+        return active ? std::optional(active->time) : std::nullopt;
+    });
+    if (cue) return markerDraggedToTime(*cue);
+    const auto* track = dynamic_cast<const MarvoTimelineTrack*>(composition_.tracks.selectedTrack());
+    if (track) {
+        for (const MarvoTimelineKeyframe& keyframe : track->keyframes().store().all()) {
+            if (keyframe.isActiveKeyframe) return markerDraggedToTime(keyframe.time);
+        }
+    }
+    services_.application.beep();
 }
 
 void CompositionTransport::updateMarkerDuringPlaybackIfNeeded() {

@@ -48,6 +48,12 @@ public:
 
     void jumpToWorkingAreaBeginning();
     void jumpToWorkingAreaEnd();
+    // Of the selected track, as seen from the playhead as it is drawn. Beep where there is no track with
+    // keyframes; behind the last one nothing moves. Main thread.
+    void jumpToNextKeyframe();
+    void jumpToPrevKeyframe();
+    // The cue goes before the keyframe of the selected track. Beeps where neither is active. Main thread.
+    void setPlayheadToActiveKeyframeOrCue();
     void updateMarkerDuringPlaybackIfNeeded();
 
     // (currentTime - inTime) / (outTime - inTime) in single precision.
@@ -58,6 +64,8 @@ private:
     void wrapToWorkingAreaBeginning();
     void stopAtWorkingAreaEnd();
     void becomeQueuedComposition();
+    // False where there is nothing to jump to on either side.
+    bool jumpToKeyframe(bool forward);
     void postProcessTracks(Frame frame);
 
     MarvoTimelineController& composition_;

@@ -37,6 +37,8 @@ MarvoTimelineController::MarvoTimelineController(CompositionServices& services,
     state.compFPS = defaults.compFPS;
     state.compTime = static_cast<float>(defaults.durationMinutes * 60 + defaults.durationSeconds);
     sync.transmitsMTC = true;
+    const std::vector<std::string> ports = services.midi.midiOutNodeNames();
+    if (!ports.empty()) sync.mtcOutDestination = ports.front();
     controls.compSpeed.setTitle("120");
     markerController.addMarkerAndThrottler();
 }
@@ -104,6 +106,11 @@ void MarvoTimelineController::updateTrackPositionsWithAnimation(bool animated) {
 void MarvoTimelineController::playheadMovedDuringPlayback() {
     redrawMarker();
     if (surface) surface->playheadMovedDuringPlayback();
+}
+
+void MarvoTimelineController::playheadJumped() {
+    redrawMarker();
+    if (surface) surface->playheadJumped();
 }
 
 SendOrigin MarvoTimelineController::origin(Frame frame) const {

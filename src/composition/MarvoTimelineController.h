@@ -112,6 +112,9 @@ public:
     void updateCompositionWidth();
     void updateTrackPositionsWithAnimation(bool animated);
     void playheadMovedDuringPlayback();
+    void playheadJumped();
+    // Edits that begin in a view are refused then. Main thread.
+    bool isProjectLocked() const { return services_.application.isProjectLocked(); }
     // Wraps a main-thread job so that it does nothing once the composition is gone.
     std::function<void()> whileAlive(std::function<void()> job) const;
 

@@ -22,6 +22,9 @@ bool isPowerOfTwoFromOne(float ratio) {
     return std::isfinite(ratio) && ratio >= 1.0f && std::frexp(ratio, &exponent) == 0.5f;
 }
 
+// Closer to the right edge the playhead counts as having left what is seen.
+constexpr double playheadRoom = 30.0;
+
 } // namespace
 
 TimelineSurface::TimelineSurface(MarvoTimelineController& composition, CompositionServices& services,
@@ -289,14 +292,27 @@ void TimelineSurface::redrawCues() {
     displayVisible(SurfaceArea::cueRow);
 }
 
+double TimelineSurface::markerOnRuler() const {
+    return ruler().markerRect(composition_.markerController.markerTime()).x;
+}
+
 void TimelineSurface::playheadMovedDuringPlayback() {
     if (isZooming_ || !preferences_.followPlayheadDuringPlayback) return;
-    // So far ahead of the right edge the page is turned.
-    constexpr double ahead = 30.0;
-    const double marker = ruler().markerRect(composition_.markerController.markerTime()).x;
+    const double marker = markerOnRuler();
     const SurfaceRect seen = visible(SurfaceArea::ruler);
-    if (marker + ahead > seen.maxX() || seen.x > marker)
+    if (marker + playheadRoom > seen.maxX() || seen.x > marker)
         scrolling_.area(SurfaceArea::ruler).scrollToPoint({marker, 0.0});
+}
+
+void TimelineSurface::playheadJumped() {
+    if (isZooming_) return;
+    const double marker = markerOnRuler();
+    const SurfaceRect seen = visible(SurfaceArea::ruler);
+    const double excess = marker + playheadRoom - seen.maxX();
+    if (marker < seen.x)
+        scrolling_.area(SurfaceArea::ruler).scrollToPoint({marker, 0.0});
+    else if (excess > 0.0)
+        scrolling_.area(SurfaceArea::ruler).scrollToPoint({seen.x + excess + 35.0, 0.0});
 }
 
 } // namespace marvo

@@ -107,6 +107,7 @@ public:
 
     void redrawMarker() override;
     void playheadMovedDuringPlayback() override;
+    void playheadJumped() override;
     void redrawCues() override;
     // The column that the playhead takes in the lanes or in the cue row, in coordinates of the document.
     SurfaceRect markerColumn(SurfaceArea which) const;
@@ -122,6 +123,7 @@ private:
     SurfaceRect visible(SurfaceArea which) const { return area(which).documentVisibleRect(); }
     void displayVisible(SurfaceArea which) { view_.needsDisplay(which, visible(which)); }
     void displayMarker(SurfaceArea which);
+    double markerOnRuler() const;
     // What is seen of the lane; nothing for a track that is gone.
     void displayLane(const MarvoTimelineTrackProtocol* track);
     void setTrackedKeyframe(std::optional<std::uint64_t> uID, const MarvoTimelineTrackProtocol* on);

@@ -193,6 +193,7 @@ public:
     void updateTrackPositionsWithAnimation(bool) override {}
     void redrawMarker() override {}
     void playheadMovedDuringPlayback() override {}
+    void playheadJumped() override {}
     void redrawCues() override {}
     int ticked = 0;
 

@@ -15,6 +15,10 @@ struct PlayingRig : SurfaceRig {
         playTo(frame);
         rig.main.pump();
     }
+    void putAt(std::int64_t frame) {
+        composition.transport.markerDraggedToTime(Frame(frame));
+        rig.main.pump();
+    }
 };
 
 TEST(FollowPlayhead, AtTheRightEdgeThePageIsTurned) {
@@ -54,12 +58,30 @@ TEST(FollowPlayhead, OnlyWhereThePreferenceAsksForIt) {
     EXPECT_TRUE(rig.view.was("time"));
 }
 
-TEST(FollowPlayhead, ADragOfThePlayheadDoesNotScroll) {
+TEST(FollowPlayhead, WhereItIsPutOutOfViewItIsFoundWhateverThePreference) {
     PlayingRig rig;
-    rig.composition.transport.markerDraggedToTime(Frame(500));
+    rig.preferences.followPlayheadDuringPlayback = false;
+    rig.putAt(147);
+    EXPECT_EQ(rig.x(SurfaceArea::ruler), 0.0) << "588 + 30 lie within 620";
+    EXPECT_TRUE(rig.view.was("display lanes")) << "it is painted";
+    rig.putAt(250);
+    EXPECT_EQ(rig.x(SurfaceArea::ruler), 445.0) << "1000 + 30 lie 410 beyond, and 35 are for the eye";
+    EXPECT_EQ(rig.x(SurfaceArea::lanes), 445.0);
+    rig.putAt(100);
+    EXPECT_EQ(rig.x(SurfaceArea::ruler), 400.0) << "to the left it lands at the edge";
+}
+
+TEST(FollowPlayhead, WherePlayingEndedItIsFoundWhateverThePreference) {
+    PlayingRig rig;
+    rig.preferences.followPlayheadDuringPlayback = false;
+    rig.composition.controls.loopButton.setState(false);
+    rig.putAt(590);
+    rig.surface->scrollTo(SurfaceArea::lanes, {0.0, 0.0});
+    rig.composition.transport.togglePlay();
+    rig.rig.compQueue.sync([&] { rig.composition.transport.processCompositionAtTime(1.0f); });
     rig.rig.main.pump();
-    EXPECT_EQ(rig.x(SurfaceArea::ruler), 0.0);
-    EXPECT_TRUE(rig.view.was("display lanes")) << "but it is painted";
+    ASSERT_FALSE(rig.composition.state.isRunning);
+    EXPECT_EQ(rig.x(SurfaceArea::ruler), 1800.0);
 }
 
 TEST(FollowPlayhead, NotWhileAZoomStepRuns) {
