@@ -42,7 +42,8 @@ QRectF PlayheadFields::fieldRect(int field) const {
 }
 
 void PlayheadFields::follow() {
-    const TimeFields now = splitTime(composition_.state.currentTime, composition_.state.compFPS);
+    TimeFields now = splitTime(composition_.state.currentTime, composition_.state.compFPS);
+    if (shownRunning_) now.frames = shown_.frames;
     if (now == shown_ && composition_.state.isRunning == shownRunning_) return;
     update();
 }
@@ -58,7 +59,10 @@ void PlayheadFields::paintEvent(QPaintEvent*) {
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 4, 4);
     painter.setFont(digitFont(digits));
     for (int i = 0; i < fieldCount; ++i) {
-        const QString text = QStringLiteral("%1").arg(valueOf(shown_, i), 2, 10, QLatin1Char('0'));
+        // Digits that change with every frame are not read while it runs.
+        const QString text = shownRunning_ && i == framesField
+                                 ? QStringLiteral("*")
+                                 : QStringLiteral("%1").arg(valueOf(shown_, i), 2, 10, QLatin1Char('0'));
         painter.setPen(shownRunning_ ? look.plays : look.text);
         painter.drawText(fieldRect(i).adjusted(0, 0, -10, 0), Qt::AlignCenter, text);
         if (i + 1 == fieldCount) continue;

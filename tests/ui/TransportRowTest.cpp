@@ -112,6 +112,20 @@ TEST_F(TransportRowTest, ATypedTimeMovesThePlayhead) {
     EXPECT_FALSE(editor());
 }
 
+TEST_F(TransportRowTest, WhileItRunsTheFramesAreAStarThatDoesNotFlicker) {
+    const auto framesShown = [this] {
+        frame();
+        return playhead().grab().toImage().copy(6 + 3 * 38, 0, 38, playhead().height());
+    };
+    composition().controls.playButton.performClick();
+    play(100);
+    const QImage star = framesShown();
+    play(200); // another frame of the same second
+    EXPECT_EQ(framesShown(), star);
+    composition().controls.playButton.performClick();
+    EXPECT_NE(framesShown(), star);
+}
+
 TEST_F(TransportRowTest, ATimeBehindTheEndIsTheEnd) {
     type(field(1), "3");
     key(Qt::Key_Return);
