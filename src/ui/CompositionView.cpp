@@ -245,11 +245,27 @@ void CompositionView::editNameOfSelectedTrack() {
     }
 }
 
+void CompositionView::showFieldsOfSelectedTrack() {
+    const MarvoTimelineTrackProtocol* track = composition_.tracks.selectedTrack();
+    if (!track) return composition_.beep();
+    scrollTo(*track);
+    headers_->showFields(track->trackPosition());
+}
+
+void CompositionView::collapseSelectedTracks() {
+    // The others that are selected follow it.
+    if (MarvoTimelineTrackProtocol* track = composition_.tracks.selectedTrack())
+        surface_->handleCollapseAndExpand(*track);
+    else
+        composition_.beep();
+}
+
 void CompositionView::rulerMenu(const QPoint& global) {
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addAction(QStringLiteral("Trim Composition to Work Area"), this,
-                    [this] { composition_.settings.trimToWorkArea(); });
+                    [this] { composition_.settings.trimToWorkArea(); })
+        ->setEnabled(!composition_.isProjectLocked());
     menu->addSeparator();
     menu->addAction(QStringLiteral("Select Keyframes within the Work Area on All Tracks"), this, [this] {
         composition_.keyframeSelection.selectKeyframesInWorkArea();

@@ -42,6 +42,9 @@ public:
 
     void takeKeyboard();
     void editNameOfSelectedTrack();
+    // The fields of its header as a menu.
+    void showFieldsOfSelectedTrack();
+    void collapseSelectedTracks();
     void selectAllTracks();
     // One row up or down.
     void selectNeighbour(int step);

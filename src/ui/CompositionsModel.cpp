@@ -101,7 +101,8 @@ Qt::ItemFlags CompositionsModel::flags(const QModelIndex& index) const {
     if (!index.isValid()) return Qt::ItemIsDropEnabled;
     Qt::ItemFlags flags = Qt::ItemIsSelectable | Qt::ItemIsEnabled;
     if (!application_.compositions.isProjectLocked()) flags |= Qt::ItemIsDragEnabled;
-    if (index.column() == nameColumn) flags |= Qt::ItemIsEditable;
+    if (index.column() == nameColumn && !application_.compositions.isProjectLocked())
+        flags |= Qt::ItemIsEditable;
     return flags;
 }
 

@@ -125,6 +125,7 @@ void CueRowView::mouseDoubleClickEvent(QMouseEvent* event) {
         return;
     }
     if (composition_.cueController.isLocked()) return;
+    if (composition_.isProjectLocked()) return composition_.beep();
     const auto x = static_cast<float>(inDocument(event->position()).x);
     compQueue_.sync([&] {
         composition_.cueController.addNewCueAtLocation(x, static_cast<float>(surface()->laneWidth()));

@@ -6,6 +6,7 @@
 #include "ui/HeaderChoices.h"
 #include "ui/InlineEditor.h"
 #include "ui/Look.h"
+#include "ui/TrackSwitches.h"
 
 #include <QContextMenuEvent>
 #include <QHelpEvent>
@@ -16,18 +17,6 @@
 
 namespace marvo::ui {
 namespace {
-
-bool isLocked(const MarvoTimelineTrackProtocol& track) {
-    if (const auto* plain = dynamic_cast<const MarvoTimelineTrack*>(&track)) return plain->isLocked();
-    if (const auto* block = dynamic_cast<const MarvoTimelineCompositionTrack*>(&track))
-        return block->isLocked();
-    return false;
-}
-
-void lock(MarvoTimelineTrackProtocol& track, bool locks) {
-    if (auto* plain = dynamic_cast<MarvoTimelineTrack*>(&track)) plain->lockTrack(locks);
-    if (auto* block = dynamic_cast<MarvoTimelineCompositionTrack*>(&track)) block->lockTrack(locks);
-}
 
 // A menu takes an ampersand for a mark of its own.
 QString asMenuText(QString text) {
@@ -174,7 +163,15 @@ MarvoTimelineTrackProtocol* HeadersView::stillThere(const MarvoTimelineTrackProt
     return nullptr;
 }
 
+bool HeadersView::mayEdit(const MarvoTimelineTrackProtocol& track) {
+    if (composition_.isProjectLocked()) composition_.beep();
+    return !isLocked(track) && !composition_.isProjectLocked();
+}
+
 void HeadersView::act(const Hit& hit, const QPoint& global) {
+    // What an operator needs while a show runs is no edit of the project.
+    const bool edits = hit.item.part == HeaderPart::lock || hit.item.part == HeaderPart::wide;
+    if (edits && composition_.isProjectLocked()) return composition_.beep();
     if (hit.item.button) {
         hit.item.button->click();
         edited();
@@ -218,31 +215,36 @@ void HeadersView::act(const Hit& hit, const QPoint& global) {
 }
 
 void HeadersView::choose(const Hit& hit) {
-    if (isLocked(*hit.track)) return;
+    if (!mayEdit(*hit.track)) return;
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction* chosen = addChoices(*menu, hit);
+    menu->popup(mapToGlobal(hit.onWidget.bottomLeft().toPoint()));
+    if (chosen) menu->setActiveAction(chosen); // of a long list the part around it
+}
+
+QAction* HeadersView::addChoices(QMenu& menu, const Hit& hit) {
     const HeaderPart part = hit.item.part;
     QAction* chosen = nullptr;
     for (const HeaderChoice& choice : choicesOf(*hit.track, part, services_)) {
-        QAction* action = menu->addAction(asMenuText(choice.title), this,
-                                          [this, shown = hit.track, part, title = choice.title] {
-                                              MarvoTimelineTrackProtocol* track = stillThere(shown);
-                                              if (!track) return;
-                                              takeChoice(composition_, *track, part, title);
-                                              edited();
-                                          });
+        QAction* action = menu.addAction(asMenuText(choice.title), this,
+                                         [this, shown = hit.track, part, title = choice.title] {
+                                             MarvoTimelineTrackProtocol* track = stillThere(shown);
+                                             if (!track) return;
+                                             takeChoice(composition_, *track, part, title);
+                                             edited();
+                                         });
         action->setEnabled(choice.enabled);
         action->setCheckable(true);
         action->setChecked(choice.title == hit.item.text);
         if (action->isChecked()) chosen = action;
     }
-    if (menu->isEmpty()) menu->addAction(QStringLiteral("Nothing to choose from"))->setEnabled(false);
-    menu->popup(mapToGlobal(hit.onWidget.bottomLeft().toPoint()));
-    if (chosen) menu->setActiveAction(chosen); // of a long list the part around it
+    if (menu.isEmpty()) menu.addAction(QStringLiteral("Nothing to choose from"))->setEnabled(false);
+    return chosen;
 }
 
 void HeadersView::edit(const Hit& hit) {
-    if (isLocked(*hit.track)) return;
+    if (!mayEdit(*hit.track)) return;
     endEdit();
     const bool isName = hit.item.part == HeaderPart::name;
     editor_ = new InlineEditor(hit.item.text, hit.onWidget,
@@ -263,15 +265,55 @@ void HeadersView::edit(const Hit& hit) {
     };
 }
 
-void HeadersView::editName(std::int64_t trackPosition) {
-    if (!surface()) return;
+std::vector<HeadersView::Hit> HeadersView::partsOf(std::int64_t trackPosition) {
+    std::vector<Hit> parts;
+    if (!surface()) return parts;
     for (const LaneLayout::Lane& lane : surface()->lanes().lanes()) {
         if (lane.track->trackPosition() != trackPosition) continue;
-        for (const HeaderItem& item : headerItems(*lane.track, width(), lane.height)) {
-            if (item.part == HeaderPart::name)
-                edit({lane.track, item, item.where.translated(0, lane.y - origin().y)});
-        }
+        for (const HeaderItem& item : headerItems(*lane.track, width(), lane.height))
+            parts.push_back({lane.track, item, item.where.translated(0, lane.y - origin().y)});
     }
+    return parts;
+}
+
+void HeadersView::editName(std::int64_t trackPosition) {
+    for (const Hit& hit : partsOf(trackPosition)) {
+        if (hit.item.part == HeaderPart::name) edit(hit);
+    }
+}
+
+void HeadersView::showFields(std::int64_t trackPosition) {
+    endEdit();
+    const std::vector<Hit> parts = partsOf(trackPosition);
+    if (parts.empty()) return composition_.beep();
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const QPoint place = mapToGlobal(parts.front().onWidget.bottomLeft().toPoint());
+    for (const Hit& hit : parts) {
+        if (hit.item.use == HeaderUse::shows || hit.item.part == HeaderPart::name) continue;
+        const QString label = asMenuText(hit.item.label);
+        if (hit.item.use == HeaderUse::chooses) {
+            QMenu* choices = menu->addMenu(QStringLiteral("%1: %2").arg(label, asMenuText(hit.item.text)));
+            choices->setEnabled(!isLocked(*hit.track) && !composition_.isProjectLocked());
+            addChoices(*choices, hit);
+            continue;
+        }
+        const bool types = hit.item.use == HeaderUse::types;
+        QAction* action = menu->addAction(
+            types ? QStringLiteral("%1: %2\u2026").arg(label, asMenuText(hit.item.text)) : label, this,
+            [this, hit, types, place] {
+                if (!stillThere(hit.track)) return;
+                if (types)
+                    edit(hit);
+                else
+                    act(hit, place);
+            });
+        action->setEnabled(hit.item.enabled || hit.item.part == HeaderPart::lock);
+        action->setCheckable(hit.item.use == HeaderUse::switches);
+        if (hit.item.button) action->setChecked(hit.item.button->state());
+    }
+    menu->popup(place);
+    menu->setActiveAction(menu->actions().value(0));
 }
 
 void HeadersView::endEdit() {

@@ -9,6 +9,10 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
+
+class QAction;
+class QMenu;
 
 namespace marvo::ui {
 
@@ -24,6 +28,8 @@ public:
 
     // Opens the editor of the name of a track.
     void editName(std::int64_t trackPosition);
+    // Its fields and switches as a menu, for the keyboard.
+    void showFields(std::int64_t trackPosition);
     // What is being typed is taken where it can be; the field is about to move away from under its editor.
     void endEdit();
     // Values and states that change while a show plays; repaints what has changed.
@@ -51,10 +57,15 @@ private:
     };
 
     std::optional<Hit> hitAt(QPointF point);
+    std::vector<Hit> partsOf(std::int64_t trackPosition);
     // Null when it has gone since a menu or an editor was opened on it.
     MarvoTimelineTrackProtocol* stillThere(const MarvoTimelineTrackProtocol* track) const;
     void act(const Hit& hit, const QPoint& global);
+    // False on a locked track, and with a beep in a locked project.
+    bool mayEdit(const MarvoTimelineTrackProtocol& track);
     void choose(const Hit& hit);
+    // The one that is chosen now, null for none.
+    QAction* addChoices(QMenu& menu, const Hit& hit);
     void edit(const Hit& hit);
     void enableMenu(MarvoTimelineTrackProtocol& track, const QPoint& global);
     void drawItem(QPainter& painter, const HeaderItem& item, bool lit);

@@ -9,6 +9,7 @@
 #include "ui/ProjectCommands.h"
 #include "ui/RangePanel.h"
 #include "ui/ShownComposition.h"
+#include "ui/TrackSwitches.h"
 
 #include <QAction>
 #include <QApplication>
@@ -67,6 +68,19 @@ QAction* Menus::addForComposition(QMenu* menu, const QString& title, const QKeyS
         if (window_.compositionView()) run();
     });
     forComposition_.push_back(action);
+    return action;
+}
+
+QAction* Menus::addEditing(QMenu* menu, const QString& title, const QKeySequence& shortcut,
+                           std::function<void()> run) {
+    QAction* action = addForComposition(menu, title, shortcut, [this, run = std::move(run)] {
+        AppDelegate& application = window_.show().application();
+        if (application.isProjectLocked())
+            application.beep();
+        else
+            run();
+    });
+    edits_.push_back(action);
     return action;
 }
 
@@ -129,16 +143,17 @@ void Menus::addEdit() {
 void Menus::addComposition() {
     QMenu* menu = window_.menuBar()->addMenu(QStringLiteral("&Composition"));
     AppDelegate& application = window_.show().application();
-    add(menu, QStringLiteral("New Composition"), QKeySequence(QStringLiteral("Ctrl+Shift+N")),
-        [&application] { application.master.addCompositionButton.performClick(); });
-    addForComposition(menu, QStringLiteral("Duplicate Composition"),
-                      QKeySequence(QStringLiteral("Ctrl+Shift+D")), [&application] {
-                          application.compositions.duplicateComposition(
-                              application.compositions.selectedCompositionIndex());
-                          application.validateMasterControls();
-                      });
-    addForComposition(menu, QStringLiteral("Rename Composition"), QKeySequence(Qt::Key_F2),
-                      [this] { window_.panel().renameSelected(); });
+    newComposition_ =
+        add(menu, QStringLiteral("New Composition"), QKeySequence(QStringLiteral("Ctrl+Shift+N")),
+            [&application] { application.master.addCompositionButton.performClick(); });
+    addEditing(menu, QStringLiteral("Duplicate Composition"), QKeySequence(QStringLiteral("Ctrl+Shift+D")),
+               [&application] {
+                   application.compositions.duplicateComposition(
+                       application.compositions.selectedCompositionIndex());
+                   application.validateMasterControls();
+               });
+    addEditing(menu, QStringLiteral("Rename Composition"), QKeySequence(Qt::Key_F2),
+               [this] { window_.panel().renameSelected(); });
     menu->addSeparator();
     // Also when none is selected: they lead back to one.
     forProject_.push_back(add(menu, QStringLiteral("Previous Composition"),
@@ -154,13 +169,13 @@ void Menus::addComposition() {
         addForComposition(menu, QStringLiteral("Move Composition Down"),
                           QKeySequence(QStringLiteral("Ctrl+Shift+Down")), [this] { moveComposition(1); });
     menu->addSeparator();
-    addForComposition(menu, QStringLiteral("Set Working Area Beginning to Playhead"), QKeySequence(Qt::Key_I),
-                      [this] { window_.selected()->markerController.setWorkingAreaBeginningToCurrent(); });
-    addForComposition(menu, QStringLiteral("Set Working Area End to Playhead"), QKeySequence(Qt::Key_O),
-                      [this] { window_.selected()->markerController.setWorkingAreaEndToCurrent(); });
-    addForComposition(menu, QStringLiteral("Trim Composition to Work Area"),
-                      QKeySequence(QStringLiteral("Ctrl+Shift+T")),
-                      [this] { window_.selected()->settings.trimToWorkArea(); });
+    addEditing(menu, QStringLiteral("Set Working Area Beginning to Playhead"), QKeySequence(Qt::Key_I),
+               [this] { window_.selected()->markerController.setWorkingAreaBeginningToCurrent(); });
+    addEditing(menu, QStringLiteral("Set Working Area End to Playhead"), QKeySequence(Qt::Key_O),
+               [this] { window_.selected()->markerController.setWorkingAreaEndToCurrent(); });
+    addEditing(menu, QStringLiteral("Trim Composition to Work Area"),
+               QKeySequence(QStringLiteral("Ctrl+Shift+T")),
+               [this] { window_.selected()->settings.trimToWorkArea(); });
     addForComposition(menu, QStringLiteral("Select Keyframes within the Work Area on All Tracks"),
                       QKeySequence(QStringLiteral("Ctrl+Alt+A")), [this] {
                           window_.selected()->keyframeSelection.selectKeyframesInWorkArea();
@@ -172,18 +187,16 @@ void Menus::addComposition() {
                           window_.refreshAll();
                       });
     menu->addSeparator();
-    addForComposition(menu, QStringLiteral("Composition Settings\u2026"),
-                      QKeySequence(QStringLiteral("Ctrl+K")), [this] { window_.showCompositionSettings(); });
-    addForComposition(menu, QStringLiteral("Remove Composition"),
-                      QKeySequence(QStringLiteral("Ctrl+Shift+Backspace")),
-                      [this] { window_.commands().removeComposition(); });
+    addEditing(menu, QStringLiteral("Composition Settings\u2026"), QKeySequence(QStringLiteral("Ctrl+K")),
+               [this] { window_.showCompositionSettings(); });
+    addEditing(menu, QStringLiteral("Remove Composition"),
+               QKeySequence(QStringLiteral("Ctrl+Shift+Backspace")),
+               [this] { window_.commands().removeComposition(); });
     menu->addSeparator();
-    addForComposition(menu, QStringLiteral("Place Cue at Playhead"), QKeySequence(Qt::Key_C),
-                      [this, &application] {
-                          application.services().compQueue.sync(
-                              [this] { window_.selected()->cueEdits.placeCueAtPlayhead(); });
-                          window_.refreshAll();
-                      });
+    addEditing(menu, QStringLiteral("Place Cue at Playhead"), QKeySequence(Qt::Key_C), [this, &application] {
+        application.services().compQueue.sync([this] { window_.selected()->cueEdits.placeCueAtPlayhead(); });
+        window_.refreshAll();
+    });
 }
 
 void Menus::moveComposition(std::int64_t by) {
@@ -200,19 +213,34 @@ void Menus::addTrack() {
     QMenu* menu = window_.menuBar()->addMenu(QStringLiteral("&Track"));
     addTrackMenu_ = menu->addMenu(QStringLiteral("Add Track"));
     fillAddTrackMenu(*addTrackMenu_, window_.show().application());
-    addForComposition(menu, QStringLiteral("Rename Track"), QKeySequence(QStringLiteral("Shift+F2")),
-                      [this] { window_.compositionView()->editNameOfSelectedTrack(); });
-    addForComposition(
-        menu, QStringLiteral("Remove Tracks"), QKeySequence(QStringLiteral("Ctrl+Backspace")), [this] {
-            std::vector<std::int64_t> positions;
-            for (const MarvoTimelineTrackProtocol* track : window_.selected()->tracks.selectedTracks())
-                positions.push_back(track->trackPosition());
-            if (!positions.empty()) window_.selected()->tracks.undoRemoveTracksWithPositions(positions);
-        });
-    addForComposition(menu, QStringLiteral("Duplicate Tracks"), QKeySequence(QStringLiteral("Ctrl+D")),
-                      [this] { window_.selected()->trackEdits.duplicateTracks(); });
-    addForComposition(menu, QStringLiteral("Sort Tracks\u2026"), QKeySequence(QStringLiteral("Ctrl+Alt+T")),
-                      [this] { window_.showSortTracks(); });
+    addEditing(menu, QStringLiteral("Rename Track"), QKeySequence(QStringLiteral("Shift+F2")),
+               [this] { window_.compositionView()->editNameOfSelectedTrack(); });
+    addEditing(menu, QStringLiteral("Remove Tracks"), QKeySequence(QStringLiteral("Ctrl+Backspace")), [this] {
+        std::vector<std::int64_t> positions;
+        for (const MarvoTimelineTrackProtocol* track : window_.selected()->tracks.selectedTracks())
+            positions.push_back(track->trackPosition());
+        if (!positions.empty()) window_.selected()->tracks.undoRemoveTracksWithPositions(positions);
+    });
+    addEditing(menu, QStringLiteral("Duplicate Tracks"), QKeySequence(QStringLiteral("Ctrl+D")),
+               [this] { window_.selected()->trackEdits.duplicateTracks(); });
+    addEditing(menu, QStringLiteral("Sort Tracks\u2026"), QKeySequence(QStringLiteral("Ctrl+Alt+T")),
+               [this] { window_.showSortTracks(); });
+    menu->addSeparator();
+    addForComposition(menu, QStringLiteral("Track Settings"), QKeySequence(QStringLiteral("Ctrl+T")),
+                      [this] { window_.compositionView()->showFieldsOfSelectedTrack(); });
+    addForComposition(menu, QStringLiteral("Switch Tracks On or Off"), QKeySequence(QStringLiteral("Ctrl+E")),
+                      [this] {
+                          toggleEnabled(window_.selected()->tracks.selectedTracks());
+                          window_.refreshAll();
+                      });
+    addEditing(menu, QStringLiteral("Lock or Unlock Tracks"), QKeySequence(QStringLiteral("Ctrl+Alt+K")),
+               [this] {
+                   toggleLocked(window_.selected()->tracks.selectedTracks());
+                   window_.refreshAll();
+               });
+    addForComposition(menu, QStringLiteral("Collapse or Expand Tracks"),
+                      QKeySequence(QStringLiteral("Ctrl+Alt+C")),
+                      [this] { window_.compositionView()->collapseSelectedTracks(); });
     menu->addSeparator();
     addForComposition(menu, QStringLiteral("Select All Tracks"), QKeySequence(QStringLiteral("Ctrl+Shift+A")),
                       [this] { window_.compositionView()->selectAllTracks(); });
@@ -225,18 +253,19 @@ void Menus::addTrack() {
 void Menus::addKeyframe() {
     QMenu* menu = window_.menuBar()->addMenu(QStringLiteral("&Keyframe"));
     AppDelegate& application = window_.show().application();
-    addForComposition(menu, QStringLiteral("Add Keyframe at Playhead"), QKeySequence(Qt::Key_K),
-                      [this, &application] {
-                          if (!KeyframesAtPlayhead(*window_.selected()).add()) application.beep();
-                      });
-    addForComposition(menu, QStringLiteral("Remove Keyframe at Playhead"),
-                      QKeySequence(QStringLiteral("Shift+K")), [this, &application] {
-                          if (!KeyframesAtPlayhead(*window_.selected()).remove()) application.beep();
-                      });
+    addEditing(menu, QStringLiteral("Add Keyframe at Playhead"), QKeySequence(Qt::Key_K),
+               [this, &application] {
+                   if (!KeyframesAtPlayhead(*window_.selected()).add()) application.beep();
+               });
+    addEditing(menu, QStringLiteral("Remove Keyframe at Playhead"), QKeySequence(QStringLiteral("Shift+K")),
+               [this, &application] {
+                   if (!KeyframesAtPlayhead(*window_.selected()).remove()) application.beep();
+               });
     QAction* value = menu->addAction(QStringLiteral("Set Value at Playhead\u2026"));
     value->setShortcut(QKeySequence(Qt::Key_V));
     QObject::connect(value, &QAction::triggered, &window_, [this] { askForValue(); });
     forComposition_.push_back(value);
+    edits_.push_back(value);
     addRange(menu);
 }
 
@@ -290,14 +319,44 @@ void Menus::addPlayback() {
                       [this] { window_.selected()->cueControls.prevCueButton.performClick(); });
     addForComposition(menu, QStringLiteral("Next Cue"), QKeySequence(QStringLiteral("Ctrl+Right")),
                       [this] { window_.selected()->cueControls.nextCueButton.performClick(); });
+    addJumps(menu);
     menu->addSeparator();
     add(menu, QStringLiteral("Play or Stop All"), QKeySequence(QStringLiteral("Ctrl+Space")),
         [&application] { application.master.togglePlayAllButton.performClick(); });
     add(menu, QStringLiteral("Rewind All"), QKeySequence(QStringLiteral("Ctrl+Home")),
         [&application] { application.master.rewindAllButton.performClick(); });
+    add(menu, QStringLiteral("Play Previous Composition"), QKeySequence(QStringLiteral("Ctrl+PgUp")),
+        [&application] { application.master.triggerPrevButton.performClick(); });
+    add(menu, QStringLiteral("Play Next Composition"), QKeySequence(QStringLiteral("Ctrl+PgDown")),
+        [&application] { application.master.triggerNextButton.performClick(); });
+    const auto addMode = [&](const QString& title, const QKeySequence& shortcut, MarvoButton& button) {
+        QAction* action = add(menu, title, shortcut, [&button] { button.performClick(); });
+        action->setCheckable(true);
+        return action;
+    };
+    queued_ = addMode(QStringLiteral("Queue Compositions"), QKeySequence(QStringLiteral("Ctrl+Alt+1")),
+                      application.master.queuedModeButton);
+    queuedLoop_ = addMode(QStringLiteral("Loop the Queue"), QKeySequence(QStringLiteral("Ctrl+Alt+2")),
+                          application.master.queuedLoopButton);
+    solo_ = addMode(QStringLiteral("Play One Composition at a Time"),
+                    QKeySequence(QStringLiteral("Ctrl+Alt+3")), application.master.soloModeButton);
     menu->addSeparator();
     add(menu, QStringLiteral("Blackout"), QKeySequence(QStringLiteral("Ctrl+Shift+B")),
         [&application] { application.master.blackoutButton.performClick(); });
+}
+
+void Menus::addJumps(QMenu* menu) {
+    addForComposition(menu, QStringLiteral("Go to Working Area Beginning"),
+                      QKeySequence(QStringLiteral("Shift+Home")),
+                      [this] { window_.selected()->transport.jumpToWorkingAreaBeginning(); });
+    addForComposition(menu, QStringLiteral("Go to Working Area End"), QKeySequence(Qt::Key_End),
+                      [this] { window_.selected()->transport.jumpToWorkingAreaEnd(); });
+    addForComposition(menu, QStringLiteral("Previous Keyframe"), QKeySequence(QStringLiteral("Alt+Left")),
+                      [this] { window_.selected()->transport.jumpToPrevKeyframe(); });
+    addForComposition(menu, QStringLiteral("Next Keyframe"), QKeySequence(QStringLiteral("Alt+Right")),
+                      [this] { window_.selected()->transport.jumpToNextKeyframe(); });
+    addForComposition(menu, QStringLiteral("Go to Active Keyframe or Cue"), QKeySequence(Qt::Key_J),
+                      [this] { window_.selected()->transport.setPlayheadToActiveKeyframeOrCue(); });
 }
 
 void Menus::addView() {
@@ -348,12 +407,21 @@ void Menus::update() {
     for (QAction* action : forComposition_) action->setEnabled(has);
     for (QAction* action : forProject_) action->setEnabled(application.compositions.count() > 0);
     const CompositionSet& compositions = application.compositions;
-    const bool moves = has && !compositions.isProjectLocked();
+    const bool locked = compositions.isProjectLocked();
+    for (QAction* action : edits_) action->setEnabled(has && !locked);
+    newComposition_->setEnabled(!locked);
+    const bool moves = has && !locked;
     const std::int64_t row = compositions.selectedCompositionIndex();
     moveUp_->setEnabled(moves && row > 0);
     moveDown_->setEnabled(moves && row + 1 < static_cast<std::int64_t>(compositions.count()));
-    for (QAction* action : addTrackMenu_->actions())
-        action->setEnabled(has && !application.compositions.isProjectLocked());
+    for (QAction* action : addTrackMenu_->actions()) action->setEnabled(has && !locked);
+    const auto show = [](QAction* action, const MarvoButton& button) {
+        action->setChecked(button.state());
+        action->setEnabled(button.isEnabled());
+    };
+    show(queued_, application.master.queuedModeButton);
+    show(queuedLoop_, application.master.queuedLoopButton);
+    show(solo_, application.master.soloModeButton);
 }
 
 void Menus::rangePanelShown(bool shown) {

@@ -33,6 +33,9 @@ private:
     // Enabled while a composition is selected.
     QAction* addForComposition(QMenu* menu, const QString& title, const QKeySequence& shortcut,
                                std::function<void()> run);
+    // The same, and not in a locked project.
+    QAction* addEditing(QMenu* menu, const QString& title, const QKeySequence& shortcut,
+                        std::function<void()> run);
     // The selected composition one row up or down; beeps where it cannot go.
     void moveComposition(std::int64_t by);
     void addFile();
@@ -42,6 +45,7 @@ private:
     void addKeyframe();
     void askForValue();
     void addPlayback();
+    void addJumps(QMenu* menu);
     void addRange(QMenu* menu);
     void addView();
 
@@ -55,7 +59,12 @@ private:
     QAction* moveUp_ = nullptr;
     QAction* moveDown_ = nullptr;
     QAction* range_ = nullptr;
+    QAction* newComposition_ = nullptr;
+    QAction* queued_ = nullptr;
+    QAction* queuedLoop_ = nullptr;
+    QAction* solo_ = nullptr;
     std::vector<QAction*> forComposition_; // need a selected one
+    std::vector<QAction*> edits_;          // of these, what a locked project refuses
     std::vector<QAction*> forProject_;     // need any
 };
 

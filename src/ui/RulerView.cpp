@@ -99,6 +99,10 @@ void RulerView::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton) return;
     const SurfacePoint point = turnedOver(inDocument(event->position()), height());
     part_ = surface()->ruler().throttlerPartAtPoint(point, composition_.inTime(), composition_.outTime());
+    if (part_ && composition_.isProjectLocked()) {
+        part_.reset();
+        return composition_.beep();
+    }
     dragsMarker_ = !part_;
     if (part_) composition_.markerController.setHelperXForThrottlerDragMe(point.x);
     if (dragsMarker_) dragTo(point.x, event->modifiers());

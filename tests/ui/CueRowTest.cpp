@@ -124,6 +124,14 @@ TEST_F(CueRowTest, ANewCueIsTheOnlySelectedOneAndPauses) {
     EXPECT_NE(inkOf(at), Look::current().focus);
 }
 
+TEST_F(CueRowTest, ALockedProjectTakesNoNewCueAndBeeps) {
+    const std::size_t before = composition().cueController.cues().size();
+    application().lockProject();
+    doubleClick(cues(), QPoint(laneX(400), cues().height() / 2));
+    EXPECT_EQ(composition().cueController.cues().size(), before);
+    EXPECT_EQ(beeps, 1);
+}
+
 TEST_F(CueRowTest, WhereACueIsThePlayheadPlacesNoSecondOneAndBeeps) {
     composition().transport.markerDraggedToTime(Frame(300));
     key(Qt::Key_C);

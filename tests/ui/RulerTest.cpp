@@ -70,6 +70,16 @@ TEST_F(RulerTest, TheEndsOfTheWorkingAreaNeverMeet) {
     EXPECT_EQ(in(), 39) << "also where the ends snap to seconds";
 }
 
+TEST_F(RulerTest, InALockedProjectTheAreaStaysAndThePlayheadMoves) {
+    setArea(30, 60);
+    application().lockProject();
+    dragArea(60, 90, Qt::ShiftModifier);
+    EXPECT_EQ(out(), 60);
+    EXPECT_EQ(beeps, 1);
+    pressRuler(40);
+    EXPECT_EQ(composition().currentTime().value, 40);
+}
+
 TEST_F(RulerTest, TheBodyMovesByWholeSecondsOnly) {
     setArea(0, 60);
     dragArea(20, 20 + 29);

@@ -4,6 +4,8 @@
 
 #include "Stage.h"
 
+#include <QMenu>
+
 using namespace marvo;
 using namespace marvo::ui;
 using namespace marvo::ui::testing;
@@ -264,6 +266,66 @@ TEST_F(TrackHeadersTest, ALockedTrackRefusesEveryEdit) {
     EXPECT_FALSE(track(value).isLocked());
     pressHeader(value, HeaderPart::address);
     EXPECT_TRUE(editor());
+}
+
+TEST_F(TrackHeadersTest, ALockedProjectRefusesItsFieldsAndBeeps) {
+    application().lockProject();
+    frame();
+    pressHeader(value, HeaderPart::address);
+    EXPECT_FALSE(editor());
+    pressHeader(value, HeaderPart::oscType);
+    EXPECT_FALSE(QApplication::activePopupWidget());
+    pressHeader(controller, HeaderPart::wide);
+    EXPECT_FALSE(track(controller).is14BitMIDI());
+    pressHeader(value, HeaderPart::lock);
+    EXPECT_FALSE(track(value).isLocked());
+    EXPECT_EQ(beeps, 4);
+    pressHeader(value, HeaderPart::enable);
+    EXPECT_FALSE(track(value).isEnabled()) << "an operator mutes all the same";
+}
+
+TEST_F(TrackHeadersTest, TheKeyboardReachesEveryFieldOfAHeader) {
+    const auto open = [&](Row row) -> QMenu* {
+        pressHeader(row, HeaderPart::name);
+        choose("Track Settings");
+        return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    };
+    const auto entry = [](QMenu& menu, const QString& begins) -> QAction* {
+        for (QAction* action : menu.actions()) {
+            if (action->text().startsWith(begins)) return action;
+        }
+        ADD_FAILURE() << begins.toStdString();
+        return nullptr;
+    };
+    for (std::size_t row = 0; row < rowCount; ++row) {
+        QMenu* menu = open(static_cast<Row>(row));
+        ASSERT_TRUE(menu) << row;
+        for (const HeaderItem& one : items(row)) {
+            if (one.part == HeaderPart::name || one.use == HeaderUse::shows) continue;
+            EXPECT_TRUE(entry(*menu, one.label)) << row;
+        }
+        menu->close();
+    }
+    QMenu* menu = open(value);
+    ASSERT_TRUE(menu);
+    QMenu* types = entry(*menu, "Type")->menu();
+    ASSERT_TRUE(types);
+    for (QAction* type : types->actions()) {
+        if (type->text() == "int") type->trigger();
+    }
+    menu->close();
+    EXPECT_EQ(track(value).trackOSCType(), 1);
+    menu = open(value);
+    entry(*menu, "Track on")->trigger();
+    menu->close();
+    EXPECT_FALSE(track(value).isEnabled());
+    menu = open(value);
+    entry(*menu, "Address")->trigger();
+    menu->close();
+    ASSERT_TRUE(editor());
+    type(*editor(), "/lamp");
+    key(Qt::Key_Return);
+    EXPECT_EQ(track(value).oscAddress(), "/lamp");
 }
 
 TEST_F(TrackHeadersTest, ABangSendsATestValue) {
