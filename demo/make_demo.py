@@ -208,7 +208,7 @@ def project():
     app_data["preferences"] = {
         "midiOutputs": MIDI_OUTPUTS, "oscPorts": ports(),
         "artNetManager": art_net(patch=[("House", 20, "Dimmers", "1,5x3")], fader=COLOUR_FADER),
-        "displayTrackOutputs": False}
+        "displayTrackOutputs": True}
     app_data.update({"selectedComposition": 0, "isProjectLocked": False})
     root["appData"] = app_data
     return plistlib.dumps(root, fmt=plistlib.FMT_XML, sort_keys=False)

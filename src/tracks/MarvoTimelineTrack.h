@@ -178,6 +178,8 @@ public:
 
     // The value sent last, in stored scale, and infinity before the first; for displays. Thread-safe.
     float shownValue() const { return shownValue_; }
+    // Whether displays should show it. Thread-safe.
+    bool shouldDisplayOutValue() const { return services_.preferences.displayTrackOutputs; }
 
 protected:
     // Made outside the composition queue, swapped in whole inside it. One of the pointers shows what it is.

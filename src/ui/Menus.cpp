@@ -380,6 +380,12 @@ void Menus::addView() {
     range_ = add(menu, QStringLiteral("Range Selection"), QKeySequence(QStringLiteral("Ctrl+Shift+R")),
                  [this] { window_.rangePanel().setVisible(!window_.rangePanel().isVisible()); });
     range_->setCheckable(true);
+    followPlayhead_ = add(menu, QStringLiteral("Follow Playhead"), QKeySequence(QStringLiteral("Ctrl+Alt+F")),
+                          [&application] { application.prefs.changeFollowPlayhead(); });
+    followPlayhead_->setCheckable(true);
+    outputs_ = add(menu, QStringLiteral("Show Track Outputs"), QKeySequence(QStringLiteral("Ctrl+Alt+V")),
+                   [&application] { application.prefs.changeDisplayTrackOutputs(); });
+    outputs_->setCheckable(true);
     QAction* light =
         add(menu, QStringLiteral("Daylight Colours"), QKeySequence(QStringLiteral("Ctrl+Alt+D")), [] {});
     light->setCheckable(true);
@@ -403,6 +409,8 @@ void Menus::update() {
                                                               : QStringLiteral("Lock Project"));
     learn_->setChecked(application.prefs.number("midiLearn") != 0);
     addresses_->setChecked(application.prefs.number("needsShowOSC") != 0);
+    followPlayhead_->setChecked(application.prefs.flag("followPlayheadDuringPlayback"));
+    outputs_->setChecked(application.prefs.shouldDisplayOutValue());
     const bool has = window_.selected() != nullptr;
     for (QAction* action : forComposition_) action->setEnabled(has);
     for (QAction* action : forProject_) action->setEnabled(application.compositions.count() > 0);

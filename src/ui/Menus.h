@@ -59,6 +59,8 @@ private:
     QAction* moveUp_ = nullptr;
     QAction* moveDown_ = nullptr;
     QAction* range_ = nullptr;
+    QAction* followPlayhead_ = nullptr;
+    QAction* outputs_ = nullptr;
     QAction* newComposition_ = nullptr;
     QAction* queued_ = nullptr;
     QAction* queuedLoop_ = nullptr;

@@ -137,9 +137,9 @@ QString shownValueText(const MarvoTimelineTrackProtocol& track) {
     const auto* plain = dynamic_cast<const MarvoTimelineTrack*>(&track);
     if (!plain) return {};
     const float value = plain->shownValue();
-    if (!std::isfinite(value)) return {};
+    if (!plain->shouldDisplayOutValue() || !std::isfinite(value)) return QStringLiteral("-");
     if (plain->kind() == TrackKind::oscValue && plain->trackOSCType() == 0) {
-        return QString::number(static_cast<double>(value / plain->oscFloatMultiplerByDigits()), 'f', 4);
+        return QString::number(static_cast<double>(value / plain->oscFloatMultiplerByDigits()), 'f', 6);
     }
     return QString::number(static_cast<double>(std::roundf(value)), 'f', 0);
 }
@@ -188,7 +188,7 @@ std::vector<HeaderItem> headerItems(MarvoTimelineTrackProtocol& track, double wi
     auto* plain = dynamic_cast<MarvoTimelineTrack*>(&track);
     auto* block = dynamic_cast<MarvoTimelineCompositionTrack*>(&track);
     const int switches = plain ? 3 : block ? 2 : 0;
-    const double valueWidth = plain ? 64.0 : 0.0;
+    const double valueWidth = plain ? 78.0 : 0.0;
     rows.add(HeaderPart::name, HeaderUse::types,
              rows.left() - valueWidth - switches * (square + rowGap) - (plain ? rowGap : 0), kindText(track),
              text(track.name()));

@@ -60,7 +60,8 @@ std::vector<HeaderItem> headerItems(MarvoTimelineTrackProtocol& track, double wi
 // What an OSC track of that kind may send, by its number.
 std::vector<QString> oscTypeTitles(TrackKind kind);
 
-// The value sent last, as the user thinks of it; empty before the first one.
+// The value sent last, as the user thinks of it; "-" before the first one and while values are not to be
+// shown.
 QString shownValueText(const MarvoTimelineTrackProtocol& track);
 
 // What kind of track it is, in words of the user.

@@ -489,6 +489,15 @@ TEST_F(MenusTest, TheRangePanelComesAndGoes) {
     EXPECT_FALSE(window().rangePanel().isVisible());
 }
 
+TEST_F(MenusTest, FollowingThePlayheadIsSwitchedAndKept) {
+    EXPECT_TRUE(command("Follow Playhead")->isChecked());
+    choose("Follow Playhead");
+    EXPECT_FALSE(command("Follow Playhead")->isChecked());
+    EXPECT_FALSE(application().prefs.flag("followPlayheadDuringPlayback"));
+    choose("Follow Playhead");
+    EXPECT_TRUE(application().prefs.flag("followPlayheadDuringPlayback"));
+}
+
 TEST_F(MenusTest, DaylightTurnsEverythingLightAndBack) {
     const auto lightness = [this] {
         return window().grab().toImage().scaled(1, 1).pixelColor(0, 0).lightness();

@@ -372,9 +372,13 @@ TEST_F(TrackHeadersTest, APressOnAHeaderSelectsItsTrack) {
 }
 
 TEST_F(TrackHeadersTest, TheValueSentLastIsShownAndMovesOn) {
-    EXPECT_EQ(shown(value, HeaderPart::value), "");
+    EXPECT_EQ(shown(value, HeaderPart::value), "-");
     press("Play");
     play(1'000);
+    EXPECT_EQ(shown(value, HeaderPart::value), "-") << "only where it is asked for";
+    choose("Show Track Outputs");
+    EXPECT_TRUE(command("Show Track Outputs")->isChecked());
+    EXPECT_EQ(item(value, HeaderPart::value).text.section('.', 1).size(), 6);
     EXPECT_NEAR(item(value, HeaderPart::value).text.toDouble(), 0.5, 0.05);
     const LaneLayout::Lane at = lane(value);
     const QRect area = item(value, HeaderPart::value).where.translated(0, at.y).toAlignedRect();
