@@ -33,7 +33,7 @@ std::int64_t readFrameRate(const PropertyList& record, const std::string& where,
 float readLength(const PropertyList& record, const std::string& where, LoadReport* report) {
     const PropertyList* value = record.find("compTime");
     const float seconds = value ? static_cast<float>(value->realOr(0.0)) : 0.0f;
-    if (seconds >= 0.0f && seconds <= 1.0e9f) return seconds;
+    if (seconds >= 0.0f && seconds <= longestComposition) return seconds;
     if (report) report->add(where + ": the length is not a number of seconds; 0 is used");
     return 0.0f;
 }

@@ -54,9 +54,9 @@ CompositionSettingsResult confirmCompositionSettings(const CompositionSettings& 
         return result;
     }
 
+    const float length = lengthOfFields(entered.length, entered.compFPS);
     if (entered.compFPS <= 0 || !noneNegative(entered.length) || !noneNegative(entered.startTime) ||
-        entered.mtcRateIndex >= mtcRates.size() ||
-        !(lengthOfFields(entered.length, entered.compFPS) > 0.0f)) {
+        entered.mtcRateIndex >= mtcRates.size() || !(length > 0.0f) || length > longestComposition) {
         result.outcome = Outcome::refused;
         return result;
     }

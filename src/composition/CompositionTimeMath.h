@@ -28,6 +28,9 @@ constexpr std::int64_t usableFps(std::int64_t fps) {
     return fps < 1 ? 1 : (fps > largestFps ? largestFps : fps);
 }
 
+// Seconds; thirty years. A longer one can only come from a damaged file or a slip of the hand.
+constexpr float longestComposition = 1.0e9f;
+
 // Towards zero; out of range saturates, not-a-number gives 0.
 Frame truncateToFrame(float value);
 

@@ -68,6 +68,13 @@ TEST_F(SettingsDialog, TakesANewLength) {
     EXPECT_EQ(result.settings.mtcOutStartTime, 3600.0);
 }
 
+TEST_F(SettingsDialog, RefusesALengthThatNoFileWouldBringBack) {
+    entered.length = {277777, 46, 40, 0};
+    EXPECT_EQ(confirm().outcome, Outcome::changed) << "a thousand million seconds";
+    entered.length = {280000, 0, 0, 0};
+    EXPECT_EQ(confirm().outcome, Outcome::refused);
+}
+
 TEST_F(SettingsDialog, TakesANewFrameRate) {
     entered.compFPS = 60;
     const auto result = confirm();
