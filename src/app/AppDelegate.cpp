@@ -111,7 +111,7 @@ ProjectResult AppDelegate::applicationDidFinishLaunching(const std::optional<std
 void AppDelegate::startArtNet() {
     ArtNetUserInterface& user = artNetManager_.userInterface;
     user.beep = [this] { beep(); };
-    user.alert = [this](const std::string& title, const std::string& text) { logLine(title + ": " + text); };
+    user.alert = [this](const std::string& title, const std::string& text) { alert(title, text); };
     user.trouble = [this](const ArtNetTrouble& trouble) {
         logLine("Art-Net: " + trouble.what);
         if (onArtNetTrouble) onArtNetTrouble(trouble);
@@ -120,6 +120,21 @@ void AppDelegate::startArtNet() {
     artNetControls.setOSCAddresses();
     artNetManager_.setIncomingDMXHandler(this);
     master.doBlackout = [this] { artNetManager_.doBlackout(); };
+}
+
+void AppDelegate::alert(const std::string& title, const std::string& text) {
+    logLine(title + ": " + text);
+    if (showAlert_)
+        showAlert_(title, text);
+    else
+        unseenAlert_.emplace(title, text);
+}
+
+void AppDelegate::setAlertHandler(AlertHandler handler) {
+    showAlert_ = std::move(handler);
+    if (!showAlert_ || !unseenAlert_) return;
+    const auto [title, text] = *std::exchange(unseenAlert_, std::nullopt);
+    showAlert_(title, text);
 }
 
 void AppDelegate::applicationWillTerminate() {
@@ -239,6 +254,7 @@ void AppDelegate::removeCompositionAtIndex(std::int64_t index) {
 void AppDelegate::lockProject() {
     compositions.lockProject();
     master.addCompositionButton.setEnabled(!compositions.isProjectLocked());
+    notifications_.post(names_.ProjectChanged);
 }
 
 void AppDelegate::beginLoad() {

@@ -38,6 +38,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace marvo {
@@ -130,6 +131,10 @@ public:
     std::function<void()> onUpdateTable;
     // Art-Net has got into trouble, or out of it. Main thread.
     std::function<void(const ArtNetTrouble&)> onArtNetTrouble;
+    // Shows a title and a text that the user must see. What came last before there was a handler is shown to
+    // the first one. Main thread.
+    using AlertHandler = std::function<void(const std::string& title, const std::string& text)>;
+    void setAlertHandler(AlertHandler handler);
 
     MarvoOSCManager& oscManager() { return oscManager_; }
     MarvoMIDIManager& midiManager() { return midiManager_; }
@@ -150,6 +155,7 @@ public:
     std::string windowFrame = "{{0, 0}, {0, 0}}";
 
 private:
+    void alert(const std::string& title, const std::string& text);
     CompositionServices makeServices();
     void startArtNet();
 
@@ -245,6 +251,8 @@ private:
     Observation projectChangedObservation_;
     std::string windowTitle_;
     bool unsaved_ = false;
+    AlertHandler showAlert_;
+    std::optional<std::pair<std::string, std::string>> unseenAlert_; // title and text
 };
 
 } // namespace marvo

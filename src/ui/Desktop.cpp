@@ -1,5 +1,6 @@
 #include "ui/Desktop.h"
 
+#include "ui/Notice.h"
 #include "ui/ProjectDrop.h"
 #include "ui/Quicklook.h"
 #include "ui/StatusLine.h"
@@ -63,6 +64,7 @@ Desktop::~Desktop() {
     application_.projectFile.windowFrame = nullptr;
     application_.projectFile.windowFrameLoaded = nullptr;
     application_.onBeep = nullptr;
+    application_.setAlertHandler(nullptr);
     const std::string error = places_.save();
     if (!error.empty()) show_.log().log(error);
 }
@@ -77,6 +79,9 @@ void Desktop::open() {
     if (application_.prefs.number("rangeSelectPanelVisible") == 1) range_.show();
     if (application_.compositions.count() == 0 && StartWindow::isWanted(show_.preferences()))
         window_.onStartWindow();
+    application_.setAlertHandler([this](const std::string& title, const std::string& text) {
+        Notice::show(QString::fromStdString(title), QString::fromStdString(text), &window_);
+    });
     QTimer::singleShot(0, &window_, [this] { commands_.offerRescuedCopies(); });
 }
 

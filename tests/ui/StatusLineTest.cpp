@@ -1,4 +1,6 @@
 // The line at the lower edge: what is in trouble is seen and read out, and goes when it is over.
+#include "ui/Notice.h"
+
 #include "Stage.h"
 
 #include <QHelpEvent>
@@ -45,6 +47,34 @@ struct StatusLineTest : ::testing::Test, Stage {
 };
 
 } // namespace
+
+TEST_F(StatusLineTest, ThatArtNetDoesNotStartIsSaidInAWindowAlsoWhenItWasBeforeThere) {
+    const auto notices = [] {
+        std::vector<Notice*> found;
+        for (QWidget* one : QApplication::topLevelWidgets()) {
+            if (auto* notice = dynamic_cast<Notice*>(one); notice && notice->isVisible())
+                found.push_back(notice);
+        }
+        return found;
+    };
+    EXPECT_TRUE(notices().empty());
+    const auto& alert = application().artNetManager().userInterface.alert;
+    alert("Failed to start ArtNet Server", "The network interface eth0 may be in use.");
+    ASSERT_EQ(notices().size(), 1u);
+    EXPECT_FALSE(notices().front()->isModal()) << "the show is driven on";
+    delete notices().front();
+    desktop.reset();
+    alert("Failed to start ArtNet Server", "The network interface eth1 may be in use.");
+    desktop = std::make_unique<Desktop>(running, RealtimeResult{RealtimeGrant::fifo, 70, "", "", ""});
+    EXPECT_TRUE(notices().empty());
+    desktop->open();
+    ASSERT_EQ(notices().size(), 1u);
+    bool tells = false;
+    for (const QLabel* label : notices().front()->findChildren<QLabel*>())
+        tells = tells || label->text().contains("eth1");
+    EXPECT_TRUE(tells);
+    delete notices().front();
+}
 
 TEST_F(StatusLineTest, NothingIsWrongWhenNothingIsWrong) {
     EXPECT_EQ(troubleFrom(), -1);
