@@ -14,8 +14,16 @@ MasterTransport::MasterTransport(CompositionSet& compositions, CompositionServic
           togglePlayAllButton.setState(togglePlayAllButton.state());
       }) {
     togglePlayAllButton.setAction([this](MarvoButton&) { togglePlayAll(); });
-    queuedModeButton.setAction([this](MarvoButton&) { queuedModeChanged(); });
-    soloModeButton.setAction([this](MarvoButton&) { soloModeChanged(); });
+    const auto changed = [this] { services_.notifications.post(services_.names.ProjectChanged); };
+    queuedModeButton.setAction([this, changed](MarvoButton&) {
+        queuedModeChanged();
+        changed();
+    });
+    queuedLoopButton.setAction([changed](MarvoButton&) { changed(); });
+    soloModeButton.setAction([this, changed](MarvoButton&) {
+        soloModeChanged();
+        changed();
+    });
     rewindAllButton.setAction([this](MarvoButton&) { rewindAll(); });
     triggerNextButton.setAction([this](MarvoButton&) { triggerNextComposition(); });
     triggerPrevButton.setAction([this](MarvoButton&) { triggerPrevComposition(); });

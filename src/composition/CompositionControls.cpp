@@ -13,6 +13,8 @@ CompositionControls::CompositionControls(MarvoTimelineController& composition, C
     playButton.setAction([this](MarvoButton&) { composition_.transport.togglePlay(); });
     rewindButton.setAction([this](MarvoButton&) { composition_.transport.toggleRewind(); });
     compStateButton.setAction([this](MarvoButton& button) { composition_.changeCompState(button.state()); });
+    for (MarvoButton* button : {&loopButton, &syncOutButton})
+        button->setAction([this](MarvoButton&) { composition_.projectChanged(); });
     recButton.setAction([this](MarvoButton& button) {
         if (button.state()) {
             services_.application.startRecord(composition_);

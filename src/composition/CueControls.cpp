@@ -21,7 +21,10 @@ CueControls::CueControls(MarvoTimelineController& composition, CompositionServic
     : enableButton(services.controls, toggleButtonType),
       nextCueButton(services.controls, momentaryButtonType),
       prevCueButton(services.controls, momentaryButtonType), composition_(composition), services_(services) {
-    enableButton.setAction([this](MarvoButton&) { enableChanged(); });
+    enableButton.setAction([this](MarvoButton&) {
+        enableChanged();
+        composition_.projectChanged();
+    });
     nextCueButton.setAction([this](MarvoButton&) {
         services_.compQueue.sync([this] { composition_.cueController.jumpToNextCue(); });
     });

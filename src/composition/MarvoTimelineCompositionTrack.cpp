@@ -23,6 +23,7 @@ MarvoTimelineCompositionTrack::MarvoTimelineCompositionTrack(std::string trackTy
                                                              CompositionServices& services)
     : enabledButton(services.controls), trackType_(std::move(trackType)), composition_(composition),
       services_(services) {
+    enabledButton.setAction([this](MarvoButton&) { composition_.projectChanged(); });
     enabledButton.setState(true);
 }
 
@@ -40,6 +41,7 @@ void MarvoTimelineCompositionTrack::lockTrack(bool locks) {
         isSelected_ = false;
         isLocked_ = locks;
     });
+    composition_.projectChanged();
 }
 
 void MarvoTimelineCompositionTrack::buildCompositionsList() {

@@ -38,7 +38,10 @@ public:
     std::int64_t trackPosition() const override { return trackPosition_; }
     void setTrackPosition(std::int64_t position) override { trackPosition_ = position; }
     bool isEnabled() const override { return enabledButton.state(); }
-    void setEnabled(bool enabled) override { enabledButton.setState(enabled); }
+    void setEnabled(bool enabled) override {
+        enabledButton.setState(enabled);
+        composition_.projectChanged();
+    }
     void handleMute() override {}
     bool isSelected() const override { return isSelected_; }
     void setSelected(bool selected) override { isSelected_ = selected; }

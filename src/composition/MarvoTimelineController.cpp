@@ -72,17 +72,21 @@ void MarvoTimelineController::changeCompState() {
     state.compState = enabled;
     controls.compStateButton.setState(enabled);
     tracks.handleMute();
+    projectChanged();
 }
 
 void MarvoTimelineController::changeCompState(bool enabled) {
     state.compState = enabled;
     state.shouldUpdateCompstate = true;
     tracks.handleMute();
+    projectChanged();
 }
 
 void MarvoTimelineController::changeCompSpeed() {
     const float tempo = static_cast<float>(parseLeadingFloat(controls.compSpeed.title()));
+    if (state.compBPM.get() == tempo) return; // a fader sends it many times
     state.compBPM = tempo;
+    projectChanged();
 }
 
 void MarvoTimelineController::toggleRec() {

@@ -21,7 +21,10 @@ MarvoTimelineTrack::MarvoTimelineTrack(std::string trackType, TrackComposition& 
       trackType_(std::move(trackType)), kind_(trackKindOf(trackType_)), composition_(composition),
       services_(services) {
     enabledButton.setState(true);
-    enabledButton.setAction([this](MarvoButton&) { handleMute(); });
+    enabledButton.setAction([this](MarvoButton&) {
+        handleMute();
+        composition_.projectChanged();
+    });
     midiCC14bitButton.setAction([this](MarvoButton&) { toggle14BitMidi(); });
     artNet16bitButton.setAction([this](MarvoButton&) { toggle16BitArtNet(); });
     channels_ = DMXChannelList::createDMXChannelsWithString(settings_.artNetChannel);
@@ -81,6 +84,7 @@ void MarvoTimelineTrack::setName(std::string name) {
 void MarvoTimelineTrack::setEnabled(bool enabled) {
     enabledButton.setState(enabled);
     handleMute();
+    composition_.projectChanged();
 }
 
 bool MarvoTimelineTrack::renameTrack(const std::string& name) {

@@ -119,6 +119,7 @@ void MarvoTimelineTrack::lockTrack(bool locks) {
         isLocked_ = locks;
         keyframes_.deselectFrames();
     });
+    composition_.projectChanged();
 }
 
 } // namespace marvo

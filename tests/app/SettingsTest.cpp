@@ -94,3 +94,43 @@ TEST(Cues, APauseCueStopsTheCompositionAndPlayingOnGoesPastIt) {
     EXPECT_TRUE(show.composition().state.isRunning);
     EXPECT_GT(show.frame(), 100);
 }
+
+TEST(UnsavedChanges, EverySwitchOfAShowThatTheFileKeepsIsOne) {
+    Show show(project());
+    show.application.compositions.createComposition();
+    show.application.validateMasterControls();
+    MasterTransport& master = show.application.master;
+    CompositionControls& controls = show.composition().controls;
+    for (MarvoButton* button : {&controls.loopButton, &controls.syncOutButton, &controls.compStateButton,
+                                &show.composition().cueControls.enableButton, &show.track().enabledButton,
+                                &master.queuedModeButton, &master.queuedLoopButton, &master.soloModeButton}) {
+        show.saved();
+        EXPECT_FALSE(show.application.hasUnsavedChanges());
+        button->performClick();
+        EXPECT_TRUE(show.application.hasUnsavedChanges()) << button->oscAddress();
+    }
+    for (const auto& change : std::vector<std::function<void()>>{
+             [&] { show.track().lockTrack(true); }, [&] { show.composition().tracks.muteTracks(); },
+             [&] { show.application.lockProject(); }, [&] { show.application.lockProject(); }}) {
+        show.saved();
+        change();
+        EXPECT_TRUE(show.application.hasUnsavedChanges());
+    }
+    show.saved();
+    show.receive("/marvo/one/compbpm", 90.0f);
+    EXPECT_TRUE(show.application.hasUnsavedChanges());
+    show.saved();
+    show.receive("/marvo/one/compbpm", 90.0f);
+    EXPECT_FALSE(show.application.hasUnsavedChanges()) << "the tempo was that before";
+}
+
+TEST(UnsavedChanges, ToPlayIsNone) {
+    Show show(project());
+    show.saved();
+    show.playAll();
+    show.tick(1000);
+    show.composition().controls.playButton.performClick();
+    show.composition().controls.rewindButton.performClick();
+    show.tick(10);
+    EXPECT_FALSE(show.application.hasUnsavedChanges());
+}
