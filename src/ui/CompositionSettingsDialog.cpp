@@ -210,6 +210,7 @@ void CompositionSettingsDialog::accept() {
     if (MarvoTimelineController* composition = composition_.get()) {
         if (!passesLoopback(*composition, *fields)) return;
     }
+    if (application_.isProjectLocked()) return application_.beep();
     // Asked for anew: the question may have stood for a while.
     MarvoTimelineController* composition = composition_.get();
     if (composition && !composition->settings.setNewCompSettings(shown_, *fields, loopbackState(*fields)))

@@ -91,7 +91,8 @@ bool CompositionsModel::mayBeCalled(const std::string& identifier, const std::st
 bool CompositionsModel::rename(const std::string& identifier, const std::string& name) {
     MarvoTimelineController* composition = application_.compositions.compositionWithIdentifier(identifier);
     if (!composition) return false;
-    const bool renamed = application_.compositions.renameComposition(*composition, name);
+    const bool renamed =
+        !application_.isProjectLocked() && application_.compositions.renameComposition(*composition, name);
     if (!renamed) application_.beep();
     return renamed;
 }

@@ -289,12 +289,13 @@ void HeadersView::showFields(std::int64_t trackPosition) {
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     const QPoint place = mapToGlobal(parts.front().onWidget.bottomLeft().toPoint());
+    const bool inLockedProject = composition_.isProjectLocked();
     for (const Hit& hit : parts) {
         if (hit.item.use == HeaderUse::shows || hit.item.part == HeaderPart::name) continue;
         const QString label = asMenuText(hit.item.label);
         if (hit.item.use == HeaderUse::chooses) {
             QMenu* choices = menu->addMenu(QStringLiteral("%1: %2").arg(label, asMenuText(hit.item.text)));
-            choices->setEnabled(!isLocked(*hit.track) && !composition_.isProjectLocked());
+            choices->setEnabled(!isLocked(*hit.track) && !inLockedProject);
             addChoices(*choices, hit);
             continue;
         }
@@ -308,7 +309,9 @@ void HeadersView::showFields(std::int64_t trackPosition) {
                 else
                     act(hit, place);
             });
-        action->setEnabled(hit.item.enabled || hit.item.part == HeaderPart::lock);
+        const bool edits = types || hit.item.part == HeaderPart::wide || hit.item.part == HeaderPart::lock;
+        const bool refused = (edits && inLockedProject) || (types && isLocked(*hit.track));
+        action->setEnabled(!refused && (hit.item.enabled || hit.item.part == HeaderPart::lock));
         action->setCheckable(hit.item.use == HeaderUse::switches);
         if (hit.item.button) action->setChecked(hit.item.button->state());
     }

@@ -43,6 +43,17 @@ void InlineEditor::end() {
     if (onEnd) onEnd();
 }
 
+bool InlineEditor::event(QEvent* event) {
+    // A line of text leaves Alt and an arrow to the window, where they are commands.
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent*>(event)->modifiers() & Qt::AltModifier) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down)
+            event->accept();
+    }
+    return QLineEdit::event(event);
+}
+
 void InlineEditor::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape) {
         end();

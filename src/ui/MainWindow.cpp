@@ -134,8 +134,7 @@ void MainWindow::follow() {
         shownTitle_ = application_.windowTitle();
         setWindowTitle(QString::fromStdString(shownTitle_));
     }
-    if (everythingChanged_) {
-        everythingChanged_ = false;
+    if (everythingChanged_.exchange(false)) {
         refreshAll();
     }
     panel_->follow();
@@ -164,7 +163,6 @@ void MainWindow::dropView() {
     view_ = nullptr;
 }
 
-// As if the user had gone on to something else.
 void MainWindow::takeWhatIsTyped() {
     if (cuePopover_) cuePopover_->close();
     if (!view_) return;

@@ -12,6 +12,7 @@
 #include <QMainWindow>
 #include <QTimer>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -58,6 +59,8 @@ public:
     void keepPanels();
     void rangePanelShown(bool shown);
     std::function<void()> onStartWindow;
+    // As if the user had gone on to something else.
+    void takeWhatIsTyped();
     // Everything here is up to the model now.
     std::function<void()> onFollowed;
 
@@ -66,7 +69,6 @@ protected:
 
 private:
     void showSelected();
-    void takeWhatIsTyped();
     void dropView();
     void letGo(const MarvoTimelineController& composition);
     void readPreferences();
@@ -95,7 +97,7 @@ private:
     std::string shownTitle_;
     Observation projectChanged_;
     Observation redraw_;
-    bool everythingChanged_ = false;
+    std::atomic<bool> everythingChanged_ = false; // a tempo over OSC sets it on its own thread
     bool keyboardWasInView_ = false;
 };
 

@@ -101,7 +101,10 @@ void Menus::addFile() {
         [&commands] { commands.saveProjectAs(); });
     menu->addSeparator();
     lock_ = add(menu, QStringLiteral("Lock Project"), QKeySequence(QStringLiteral("Ctrl+Shift+L")),
-                [&application] { application.lockProject(); });
+                [this, &application] {
+                    window_.takeWhatIsTyped();
+                    application.lockProject();
+                });
     forProject_.push_back(lock_);
     menu->addSeparator();
     QAction* quit = menu->addAction(QStringLiteral("Quit"));
@@ -115,6 +118,7 @@ void Menus::addEdit() {
     undo_ = menu->addAction(QStringLiteral("Undo"));
     undo_->setShortcut(QKeySequence::Undo);
     QObject::connect(undo_, &QAction::triggered, &window_, [this, &application] {
+        if (application.isProjectLocked()) return application.beep();
         application.undo.undo();
         window_.refreshAll();
     });
@@ -122,6 +126,7 @@ void Menus::addEdit() {
     redo_->setShortcuts(
         {QKeySequence(QStringLiteral("Ctrl+Shift+Z")), QKeySequence(QStringLiteral("Ctrl+Y"))});
     QObject::connect(redo_, &QAction::triggered, &window_, [this, &application] {
+        if (application.isProjectLocked()) return application.beep();
         application.undo.redo();
         window_.refreshAll();
     });
@@ -211,6 +216,7 @@ void Menus::moveComposition(std::int64_t by) {
 
 void Menus::addTrack() {
     QMenu* menu = window_.menuBar()->addMenu(QStringLiteral("&Track"));
+    AppDelegate& application = window_.show().application();
     addTrackMenu_ = menu->addMenu(QStringLiteral("Add Track"));
     fillAddTrackMenu(*addTrackMenu_, window_.show().application());
     addEditing(menu, QStringLiteral("Rename Track"), QKeySequence(QStringLiteral("Shift+F2")),
@@ -229,13 +235,13 @@ void Menus::addTrack() {
     addForComposition(menu, QStringLiteral("Track Settings"), QKeySequence(QStringLiteral("Ctrl+T")),
                       [this] { window_.compositionView()->showFieldsOfSelectedTrack(); });
     addForComposition(menu, QStringLiteral("Switch Tracks On or Off"), QKeySequence(QStringLiteral("Ctrl+E")),
-                      [this] {
-                          toggleEnabled(window_.selected()->tracks.selectedTracks());
+                      [this, &application] {
+                          if (!toggleEnabled(window_.selected()->tracks.selectedTracks())) application.beep();
                           window_.refreshAll();
                       });
     addEditing(menu, QStringLiteral("Lock or Unlock Tracks"), QKeySequence(QStringLiteral("Ctrl+Alt+K")),
-               [this] {
-                   toggleLocked(window_.selected()->tracks.selectedTracks());
+               [this, &application] {
+                   if (!toggleLocked(window_.selected()->tracks.selectedTracks())) application.beep();
                    window_.refreshAll();
                });
     addForComposition(menu, QStringLiteral("Collapse or Expand Tracks"),
@@ -325,10 +331,12 @@ void Menus::addPlayback() {
         [&application] { application.master.togglePlayAllButton.performClick(); });
     add(menu, QStringLiteral("Rewind All"), QKeySequence(QStringLiteral("Ctrl+Home")),
         [&application] { application.master.rewindAllButton.performClick(); });
-    add(menu, QStringLiteral("Play Previous Composition"), QKeySequence(QStringLiteral("Ctrl+PgUp")),
-        [&application] { application.master.triggerPrevButton.performClick(); });
-    add(menu, QStringLiteral("Play Next Composition"), QKeySequence(QStringLiteral("Ctrl+PgDown")),
-        [&application] { application.master.triggerNextButton.performClick(); });
+    playPrevious_ =
+        add(menu, QStringLiteral("Play Previous Composition"), QKeySequence(QStringLiteral("Ctrl+PgUp")),
+            [&application] { application.master.triggerPrevButton.performClick(); });
+    playNext_ =
+        add(menu, QStringLiteral("Play Next Composition"), QKeySequence(QStringLiteral("Ctrl+PgDown")),
+            [&application] { application.master.triggerNextButton.performClick(); });
     const auto addMode = [&](const QString& title, const QKeySequence& shortcut, MarvoButton& button) {
         QAction* action = add(menu, title, shortcut, [&button] { button.performClick(); });
         action->setCheckable(true);
@@ -349,7 +357,8 @@ void Menus::addJumps(QMenu* menu) {
     addForComposition(menu, QStringLiteral("Go to Working Area Beginning"),
                       QKeySequence(QStringLiteral("Shift+Home")),
                       [this] { window_.selected()->transport.jumpToWorkingAreaBeginning(); });
-    addForComposition(menu, QStringLiteral("Go to Working Area End"), QKeySequence(Qt::Key_End),
+    addForComposition(menu, QStringLiteral("Go to Working Area End"),
+                      QKeySequence(QStringLiteral("Shift+End")),
                       [this] { window_.selected()->transport.jumpToWorkingAreaEnd(); });
     addForComposition(menu, QStringLiteral("Previous Keyframe"), QKeySequence(QStringLiteral("Alt+Left")),
                       [this] { window_.selected()->transport.jumpToPrevKeyframe(); });
@@ -381,10 +390,17 @@ void Menus::addView() {
                  [this] { window_.rangePanel().setVisible(!window_.rangePanel().isVisible()); });
     range_->setCheckable(true);
     followPlayhead_ = add(menu, QStringLiteral("Follow Playhead"), QKeySequence(QStringLiteral("Ctrl+Alt+F")),
-                          [&application] { application.prefs.changeFollowPlayhead(); });
+                          [this, &application] {
+                              application.prefs.changeFollowPlayhead();
+                              window_.refreshAll();
+                          });
     followPlayhead_->setCheckable(true);
     outputs_ = add(menu, QStringLiteral("Show Track Outputs"), QKeySequence(QStringLiteral("Ctrl+Alt+V")),
-                   [&application] { application.prefs.changeDisplayTrackOutputs(); });
+                   [this, &application] {
+                       application.prefs.changeDisplayTrackOutputs();
+                       application.projectChanged();
+                       window_.refreshAll();
+                   });
     outputs_->setCheckable(true);
     QAction* light =
         add(menu, QStringLiteral("Daylight Colours"), QKeySequence(QStringLiteral("Ctrl+Alt+D")), [] {});
@@ -402,11 +418,11 @@ void Menus::addView() {
 void Menus::update() {
     const AppDelegate& application = window_.show().application();
     undo_->setText(withName(QStringLiteral("Undo"), application.undo.undoActionName()));
-    undo_->setEnabled(application.undo.canUndo());
+    const bool locked = application.isProjectLocked();
+    undo_->setEnabled(application.undo.canUndo() && !locked);
     redo_->setText(withName(QStringLiteral("Redo"), application.undo.redoActionName()));
-    redo_->setEnabled(application.undo.canRedo());
-    lock_->setText(application.compositions.isProjectLocked() ? QStringLiteral("Unlock Project")
-                                                              : QStringLiteral("Lock Project"));
+    redo_->setEnabled(application.undo.canRedo() && !locked);
+    lock_->setText(locked ? QStringLiteral("Unlock Project") : QStringLiteral("Lock Project"));
     learn_->setChecked(application.prefs.number("midiLearn") != 0);
     addresses_->setChecked(application.prefs.number("needsShowOSC") != 0);
     followPlayhead_->setChecked(application.prefs.flag("followPlayheadDuringPlayback"));
@@ -415,7 +431,6 @@ void Menus::update() {
     for (QAction* action : forComposition_) action->setEnabled(has);
     for (QAction* action : forProject_) action->setEnabled(application.compositions.count() > 0);
     const CompositionSet& compositions = application.compositions;
-    const bool locked = compositions.isProjectLocked();
     for (QAction* action : edits_) action->setEnabled(has && !locked);
     newComposition_->setEnabled(!locked);
     const bool moves = has && !locked;
@@ -423,6 +438,8 @@ void Menus::update() {
     moveUp_->setEnabled(moves && row > 0);
     moveDown_->setEnabled(moves && row + 1 < static_cast<std::int64_t>(compositions.count()));
     for (QAction* action : addTrackMenu_->actions()) action->setEnabled(has && !locked);
+    playPrevious_->setEnabled(application.master.triggerPrevButton.isEnabled());
+    playNext_->setEnabled(application.master.triggerNextButton.isEnabled());
     const auto show = [](QAction* action, const MarvoButton& button) {
         action->setChecked(button.state());
         action->setEnabled(button.isEnabled());

@@ -62,6 +62,8 @@ private:
     QAction* followPlayhead_ = nullptr;
     QAction* outputs_ = nullptr;
     QAction* newComposition_ = nullptr;
+    QAction* playPrevious_ = nullptr;
+    QAction* playNext_ = nullptr;
     QAction* queued_ = nullptr;
     QAction* queuedLoop_ = nullptr;
     QAction* solo_ = nullptr;

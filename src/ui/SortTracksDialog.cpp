@@ -56,7 +56,9 @@ void SortTracksDialog::follow() {
 }
 
 void SortTracksDialog::accept() {
-    if (MarvoTimelineController* composition = composition_.get())
+    MarvoTimelineController* composition = composition_.get();
+    if (composition && composition->isProjectLocked()) return composition->beep();
+    if (composition)
         composition->tracks.doSortTracks(sortBy_->currentText().toStdString(),
                                          ascending_->isChecked() ? 0 : 1);
     QDialog::accept();

@@ -199,9 +199,11 @@ std::vector<HeaderItem> headerItems(MarvoTimelineTrackProtocol& track, double wi
         rows.add(HeaderPart::bang, HeaderUse::acts, square, QStringLiteral("Send a test value"), {}).icon =
             Icon::bang;
     if (plain || block) {
+        const bool locked = plain ? plain->isLocked() : block->isLocked();
         HeaderItem& lock =
-            rows.add(HeaderPart::lock, HeaderUse::acts, square, QStringLiteral("Lock track"), {});
-        lock.enabled = plain ? plain->isLocked() : block->isLocked(); // lit when locked
+            rows.add(HeaderPart::lock, HeaderUse::acts, square,
+                     locked ? QStringLiteral("Unlock track") : QStringLiteral("Lock track"), {});
+        lock.enabled = locked; // lit then
         lock.icon = lock.enabled ? Icon::lock : Icon::lockOpen;
         addSwitch(rows, HeaderPart::enable, plain ? plain->enabledButton : block->enabledButton, Icon::power,
                   QStringLiteral("Track on"), square);

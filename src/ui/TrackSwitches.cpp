@@ -3,6 +3,8 @@
 #include "composition/MarvoTimelineCompositionTrack.h"
 #include "tracks/MarvoTimelineTrack.h"
 
+#include <optional>
+
 namespace marvo::ui {
 
 bool isLocked(const MarvoTimelineTrackProtocol& track) {
@@ -23,22 +25,26 @@ MarvoButton* enableButtonOf(MarvoTimelineTrackProtocol& track) {
     return nullptr;
 }
 
-void toggleEnabled(const std::vector<MarvoTimelineTrackProtocol*>& tracks) {
-    if (tracks.empty()) return;
-    const bool enabled = tracks.front()->isEnabled();
+bool toggleEnabled(const std::vector<MarvoTimelineTrackProtocol*>& tracks) {
+    std::optional<bool> enables;
     for (MarvoTimelineTrackProtocol* track : tracks) {
         MarvoButton* const button = enableButtonOf(*track);
-        if (button && track->isEnabled() == enabled) button->click();
+        if (!button) continue;
+        if (!enables) enables = !track->isEnabled();
+        if (track->isEnabled() != *enables) button->click();
     }
+    return enables.has_value();
 }
 
-void toggleLocked(const std::vector<MarvoTimelineTrackProtocol*>& tracks) {
-    if (tracks.empty()) return;
-    const bool locks = !isLocked(*tracks.front());
+bool toggleLocked(const std::vector<MarvoTimelineTrackProtocol*>& tracks) {
+    std::optional<bool> locks;
     for (MarvoTimelineTrackProtocol* track : tracks) {
-        lock(*track, locks);
+        if (!enableButtonOf(*track)) continue;
+        if (!locks) locks = !isLocked(*track);
+        lock(*track, *locks);
         track->setSelected(true); // so that the same key takes it back
     }
+    return locks.has_value();
 }
 
 } // namespace marvo::ui

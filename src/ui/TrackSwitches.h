@@ -13,11 +13,12 @@ namespace marvo::ui {
 bool isLocked(const MarvoTimelineTrackProtocol& track);
 void lock(MarvoTimelineTrackProtocol& track, bool locks);
 
-// Null on a track of a kind that this program does not know.
+// Null on a track of a kind that this program does not know; that cannot be locked either.
 MarvoButton* enableButtonOf(MarvoTimelineTrackProtocol& track);
 
-// All the other way round than the first of them is now. They stay selected.
-void toggleEnabled(const std::vector<MarvoTimelineTrackProtocol*>& tracks);
-void toggleLocked(const std::vector<MarvoTimelineTrackProtocol*>& tracks);
+// All the other way round than the first of them that has such a switch; they stay selected. False where none
+// has.
+bool toggleEnabled(const std::vector<MarvoTimelineTrackProtocol*>& tracks);
+bool toggleLocked(const std::vector<MarvoTimelineTrackProtocol*>& tracks);
 
 } // namespace marvo::ui

@@ -253,25 +253,6 @@ TEST_F(MenusTest, TheModesAreTickedWhileTheyLast) {
     }
 }
 
-TEST_F(MenusTest, ALockedProjectRefusesEveryEditAndPlaysOn) {
-    choose("Lock Project");
-    for (const char* title :
-         {"New Composition", "Duplicate Composition", "Rename Composition", "Remove Composition",
-          "Set Working Area Beginning to Playhead", "Set Working Area End to Playhead",
-          "Trim Composition to Work Area", "Place Cue at Playhead", "Rename Track", "Remove Tracks",
-          "Duplicate Tracks", "Lock or Unlock Tracks", "Add Keyframe at Playhead",
-          "Remove Keyframe at Playhead", "OSC Value"})
-        EXPECT_FALSE(command(title)->isEnabled()) << title;
-    for (const QString& title :
-         {QStringLiteral("Composition Settings\u2026"), QStringLiteral("Sort Tracks\u2026"),
-          QStringLiteral("Set Value at Playhead\u2026")})
-        EXPECT_FALSE(command(title)->isEnabled()) << title.toStdString();
-    for (const char* title : {"Play or Stop", "Loop", "Next Cue", "Blackout", "Switch Tracks On or Off"})
-        EXPECT_TRUE(command(title)->isEnabled()) << title;
-    choose("Unlock Project");
-    EXPECT_TRUE(command("Rename Track")->isEnabled());
-}
-
 // --- Composition.
 
 TEST_F(MenusTest, CompositionsAreMadeDuplicatedRenamedAndRemoved) {
@@ -419,9 +400,9 @@ TEST_F(MenusTest, TheTransportHasItsCommands) {
 TEST_F(MenusTest, ThePlayheadJumpsByKeys) {
     composition().markerController.setInTime(Frame(15));
     composition().markerController.setOutTime(Frame(100));
-    choose("Go to Working Area End");
+    key(Qt::Key_End, Qt::ShiftModifier);
     EXPECT_EQ(show().frame(), 100);
-    choose("Go to Working Area Beginning");
+    key(Qt::Key_Home, Qt::ShiftModifier);
     EXPECT_EQ(show().frame(), 15);
     pressHeader(0, HeaderPart::name);
     std::int64_t next = -1;
@@ -429,18 +410,24 @@ TEST_F(MenusTest, ThePlayheadJumpsByKeys) {
         if (place.time > Frame(15) && (next < 0 || place.time.value < next)) next = place.time.value;
     }
     ASSERT_GT(next, 0);
-    choose("Next Keyframe");
+    key(Qt::Key_Right, Qt::AltModifier);
     EXPECT_EQ(show().frame(), next);
-    choose("Previous Keyframe");
+    choose("Rename Track");
+    ASSERT_TRUE(editor());
+    QTest::keyClick(editor(), Qt::Key_Left, Qt::AltModifier);
+    EXPECT_EQ(show().frame(), next) << "while a name is typed";
+    key(Qt::Key_Escape);
+    key(Qt::Key_Left, Qt::AltModifier);
     EXPECT_LT(show().frame(), next);
     const int before = beeps;
-    choose("Go to Active Keyframe or Cue");
+    key(Qt::Key_J);
     EXPECT_EQ(beeps, before + 1);
 }
 
 TEST_F(MenusTest, TheModesOfAllCompositionsHaveTheirCommands) {
     for (const auto& [title, button] : std::map<const char*, MarvoButton*>{
              {"Queue Compositions", &application().master.queuedModeButton},
+             {"Loop the Queue", &application().master.queuedLoopButton},
              {"Play One Composition at a Time", &application().master.soloModeButton}}) {
         choose(title);
         EXPECT_TRUE(button->state()) << title;
@@ -454,23 +441,6 @@ TEST_F(MenusTest, TheModesOfAllCompositionsHaveTheirCommands) {
     EXPECT_TRUE(composition(1).isRunning());
     choose("Play Previous Composition");
     EXPECT_TRUE(composition(0).isRunning());
-}
-
-TEST_F(MenusTest, TheSwitchesOfTracksAreReachedByKeys) {
-    pressHeader(0, HeaderPart::name);
-    MarvoTimelineTrack& track = show().track(0);
-    choose("Switch Tracks On or Off");
-    EXPECT_FALSE(track.isEnabled());
-    choose("Switch Tracks On or Off");
-    EXPECT_TRUE(track.isEnabled());
-    choose("Lock or Unlock Tracks");
-    EXPECT_TRUE(track.isLocked());
-    choose("Lock or Unlock Tracks");
-    EXPECT_FALSE(track.isLocked());
-    choose("Collapse or Expand Tracks");
-    EXPECT_TRUE(track.laneHeight.isCollapsed());
-    choose("Collapse or Expand Tracks");
-    EXPECT_FALSE(track.laneHeight.isCollapsed());
 }
 
 TEST_F(MenusTest, BlackoutSendsZeros) {
@@ -494,7 +464,14 @@ TEST_F(MenusTest, FollowingThePlayheadIsSwitchedAndKept) {
     choose("Follow Playhead");
     EXPECT_FALSE(command("Follow Playhead")->isChecked());
     EXPECT_FALSE(application().prefs.flag("followPlayheadDuringPlayback"));
+    for (int i = 0; i < 6; ++i) key(Qt::Key_Plus, Qt::ControlModifier);
+    surface().scrollTo(SurfaceArea::lanes, {0, 0});
+    press("Play");
+    play(15'000);
+    EXPECT_EQ(surface().area(SurfaceArea::lanes).documentVisibleRect().x, 0.0);
     choose("Follow Playhead");
+    play(200);
+    EXPECT_GT(surface().area(SurfaceArea::lanes).documentVisibleRect().x, 0.0);
     EXPECT_TRUE(application().prefs.flag("followPlayheadDuringPlayback"));
 }
 

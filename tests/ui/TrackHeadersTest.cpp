@@ -284,7 +284,7 @@ TEST_F(TrackHeadersTest, ALockedProjectRefusesItsFieldsAndBeeps) {
     EXPECT_FALSE(track(value).isEnabled()) << "an operator mutes all the same";
 }
 
-TEST_F(TrackHeadersTest, TheKeyboardReachesEveryFieldOfAHeader) {
+TEST_F(TrackHeadersTest, TheKeyboardReachesEveryFieldThatAHeaderShows) {
     const auto open = [&](Row row) -> QMenu* {
         pressHeader(row, HeaderPart::name);
         choose("Track Settings");
@@ -326,6 +326,24 @@ TEST_F(TrackHeadersTest, TheKeyboardReachesEveryFieldOfAHeader) {
     type(*editor(), "/lamp");
     key(Qt::Key_Return);
     EXPECT_EQ(track(value).oscAddress(), "/lamp");
+}
+
+TEST_F(TrackHeadersTest, ALockedTrackSaysHowToUnlockIt) {
+    pressHeader(value, HeaderPart::lock);
+    EXPECT_EQ(item(value, HeaderPart::lock).label, "Unlock track");
+    pressHeader(value, HeaderPart::name);
+    choose("Track Settings");
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_TRUE(menu);
+    for (QAction* action : menu->actions()) {
+        if (!action->text().startsWith("Address") && !action->text().startsWith("Output")) continue;
+        EXPECT_FALSE(action->isEnabled()) << action->text().toStdString();
+    }
+    for (QAction* action : menu->actions()) {
+        if (action->text() == "Unlock track") action->trigger();
+    }
+    menu->close();
+    EXPECT_FALSE(track(value).isLocked());
 }
 
 TEST_F(TrackHeadersTest, ABangSendsATestValue) {
