@@ -110,7 +110,7 @@ TEST(UnsavedChanges, EverySwitchOfAShowThatTheFileKeepsIsOne) {
         EXPECT_TRUE(show.application.hasUnsavedChanges()) << button->oscAddress();
     }
     for (const auto& change : std::vector<std::function<void()>>{
-             [&] { show.track().lockTrack(true); }, [&] { show.composition().tracks.muteTracks(); },
+             [&] { show.track().lockTrack(true); }, [&] { show.composition().tracks.unmuteTracks(); },
              [&] { show.application.lockProject(); }, [&] { show.application.lockProject(); }}) {
         show.saved();
         change();

@@ -55,6 +55,8 @@ TEST_F(LockedProjectTest, WhatIsOpenWhenItIsLockedChangesNothing) {
     EXPECT_EQ(beeps, 1);
     settings->reject();
     application().lockProject();
+    window().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
     frame();
     clickRow(0, CompositionsModel::nameColumn);
     choose("Rename Composition");
