@@ -179,10 +179,10 @@ class Window:
     def type(self, text):
         self.do("type", "--delay", "5", text)
 
-    def clock_picture(self):
-        """The running time in the row of the transport."""
+    def value_picture(self):
+        """The value in the header of the first track: of the demo's another one with every frame."""
         x, y, _, _ = self.geometry()
-        return b"".join(self.display.picture(x + 500, y + 30, 180, 36))
+        return b"".join(self.display.picture(x + 480, y + 142, 80, 24))
 
     def seconds_of_main_thread(self):
         """Of processor: the thread that handles and paints the windows."""
