@@ -130,8 +130,10 @@ void CompositionSettingsChanges::trimToWorkArea() {
     const auto in = static_cast<float>(marker.inTime().value);
     const auto out = static_cast<float>(marker.outTime().value);
     const std::int64_t fps = composition_.state.compFPS;
-    // A shorter composition may have cut the area off before its start: nothing would be left.
-    if (!(in < out)) {
+    const float length = (out - in) / static_cast<float>(usableFps(fps));
+    // A shorter composition may have cut the area off before its start, and nothing would be left; the area
+    // of a damaged file may be longer than any composition.
+    if (!(in < out) || length > longestComposition) {
         composition_.beep();
         return;
     }
@@ -149,7 +151,7 @@ void CompositionSettingsChanges::trimToWorkArea() {
             composition_.keyframeMoves.moveAllKeyFramesOnTrack(track->trackPosition(), delta, 0.0f);
         }
     }
-    setNewCompTime((out - in) / static_cast<float>(usableFps(fps)), fps, {}, {});
+    setNewCompTime(length, fps, {}, {});
     marker.undoSetMarkerInTimeOutTime(Frame(0), endFrame(composition_.state.compTime, fps));
 }
 

@@ -48,8 +48,8 @@ public:
 
     void jumpToWorkingAreaBeginning();
     void jumpToWorkingAreaEnd();
-    // Of the selected track, as seen from the playhead as it is drawn. Beep where there is no track with
-    // keyframes; behind the last one nothing moves. Main thread.
+    // Of the selected track, as seen from the playhead as it is drawn. They beep where there is no track
+    // with keyframes; behind the last one nothing moves. Main thread.
     void jumpToNextKeyframe();
     void jumpToPrevKeyframe();
     // The cue goes before the keyframe of the selected track. Beeps where neither is active. Main thread.

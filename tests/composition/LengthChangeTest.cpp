@@ -2,6 +2,7 @@
 #include "CompositionRig.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 
 using namespace marvo;
 using namespace marvo::testing;
@@ -128,6 +129,16 @@ TEST_F(LengthChange, TrimmedToTheWorkingAreaEverythingButCuesMovesToTheStart) {
 TEST_F(LengthChange, AWorkingAreaWithoutLengthIsNotTrimmedTo) {
     rig.addTrackWith("MidiCCValue", {30});
     workingArea(200, 100);
+    settings().trimToWorkArea();
+    EXPECT_EQ(rig.application.beeps, 1);
+    EXPECT_EQ(rig.times(0), Times{30});
+    EXPECT_EQ(rig.composition.compTime(), 10.0f);
+    EXPECT_FALSE(rig.undo.canUndo());
+}
+
+TEST_F(LengthChange, AWorkingAreaOfADamagedFileIsNotTrimmedTo) {
+    rig.addTrackWith("MidiCCValue", {30});
+    workingArea(std::numeric_limits<std::int64_t>::min(), 100);
     settings().trimToWorkArea();
     EXPECT_EQ(rig.application.beeps, 1);
     EXPECT_EQ(rig.times(0), Times{30});
