@@ -18,6 +18,13 @@
 namespace marvo::ui {
 namespace {
 
+// Whether a press on the part changes the project. What an operator needs while a show runs does not: mute,
+// test value, collapse.
+bool edits(const HeaderItem& item) {
+    return item.use == HeaderUse::types || item.use == HeaderUse::chooses || item.part == HeaderPart::lock ||
+           item.part == HeaderPart::wide;
+}
+
 // A menu takes an ampersand for a mark of its own.
 QString asMenuText(QString text) {
     return text.replace(QLatin1Char('&'), QLatin1String("&&"));
@@ -169,9 +176,7 @@ bool HeadersView::mayEdit(const MarvoTimelineTrackProtocol& track) {
 }
 
 void HeadersView::act(const Hit& hit, const QPoint& global) {
-    // What an operator needs while a show runs is no edit of the project.
-    const bool edits = hit.item.part == HeaderPart::lock || hit.item.part == HeaderPart::wide;
-    if (edits && composition_.isProjectLocked()) return composition_.beep();
+    if (edits(hit.item) && composition_.isProjectLocked()) return composition_.beep();
     if (hit.item.button) {
         hit.item.button->click();
         edited();
@@ -309,8 +314,7 @@ void HeadersView::showFields(std::int64_t trackPosition) {
                 else
                     act(hit, place);
             });
-        const bool edits = types || hit.item.part == HeaderPart::wide || hit.item.part == HeaderPart::lock;
-        const bool refused = (edits && inLockedProject) || (types && isLocked(*hit.track));
+        const bool refused = (edits(hit.item) && inLockedProject) || (types && isLocked(*hit.track));
         action->setEnabled(!refused && (hit.item.enabled || hit.item.part == HeaderPart::lock));
         action->setCheckable(hit.item.use == HeaderUse::switches);
         if (hit.item.button) action->setChecked(hit.item.button->state());
