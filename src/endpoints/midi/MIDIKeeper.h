@@ -20,6 +20,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -106,8 +107,9 @@ private:
     void reconcile();
     void reconcileOutput(OutEntry& entry);
     void reconcileInput(InEntry& entry);
+    // Why not, empty when it is open now; nothing while it is too early to try again.
     template <class Port>
-    bool openPort(Entry<Port>& entry, const std::string& address);
+    std::optional<std::string> openPort(Entry<Port>& entry, const std::string& address);
     void loseOutput(OutEntry& entry);
     void tellLost(const Known& known);
     void tellReturned();

@@ -121,14 +121,13 @@ void MIDIKeeper::loseOutput(OutEntry& entry) {
 }
 
 template <class Port>
-bool MIDIKeeper::openPort(Entry<Port>& entry, const std::string& address) {
-    if (Time::now() < entry.nextTry) return false;
-    const std::string reason = session_->open(entry.port, address);
-    setTrouble(entry, reason);
+std::optional<std::string> MIDIKeeper::openPort(Entry<Port>& entry, const std::string& address) {
+    if (Time::now() < entry.nextTry) return std::nullopt;
+    std::string reason = session_->open(entry.port, address);
     entry.open = reason.empty();
     entry.address = address;
     entry.nextTry = entry.open ? Time::time_point{} : Time::now() + retryInterval;
-    return entry.open;
+    return reason;
 }
 
 void MIDIKeeper::reconcileOutput(OutEntry& entry) {
@@ -149,10 +148,15 @@ void MIDIKeeper::reconcileOutput(OutEntry& entry) {
 
     const bool isNeeded = (isHeld && port.wanted.load()) || (!isVirtual && port.queue.owesNoteOffs());
     if (isNeeded && sameNameIsClosing(entry)) return;
-    const bool works = !isNeeded || openPort(entry, address);
+    std::optional<std::string> trouble;
+    if (isNeeded) trouble = openPort(entry, address);
+    const bool works = !isNeeded || entry.open;
     if (!works) port.queue.portLost(); // nobody feeds from it, and what waits is too late already
-    const std::lock_guard hold(lock_);
-    port.queue.setAccepting(works && port.held.load()); // it may have been taken up again meanwhile
+    {
+        const std::lock_guard hold(lock_);
+        port.queue.setAccepting(works && port.held.load()); // it may have been taken up again meanwhile
+    }
+    if (trouble) setTrouble(entry, *trouble); // who hears of its end may send at once
 }
 
 void MIDIKeeper::reconcileInput(InEntry& entry) {
@@ -169,7 +173,8 @@ void MIDIKeeper::reconcileInput(InEntry& entry) {
         session_->close(port);
         entry.open = false;
     }
-    if (isThere && !entry.open) openPort(entry, address);
+    if (!isThere || entry.open) return;
+    if (const auto trouble = openPort(entry, address)) setTrouble(entry, *trouble);
 }
 
 template <class Port>

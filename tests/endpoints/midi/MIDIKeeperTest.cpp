@@ -304,6 +304,19 @@ TEST_F(KeptTransport, APortThatIsRefusedIsToldOnceAndTriedAgain) {
     EXPECT_TRUE(plays("Out: 90 3c 64"));
 }
 
+TEST_F(KeptTransport, WhoIsToldThatAPortWorksAgainIsHeardAtOnce) {
+    system.refused = {"Out"};
+    make();
+    const auto output = transport->makeVirtualSender("Out");
+    EXPECT_TRUE(hasTrouble("Out: refused"));
+    transport->onTrouble([&](const MIDITrouble& trouble) {
+        if (!trouble.began) send(*output, control);
+    });
+    system.change([&] { system.refused.clear(); });
+    EXPECT_TRUE(plays("Out: b0 07 01"));
+    transport->onTrouble({});
+}
+
 TEST_F(KeptTransport, TroubleFromBeforeSomebodyListenedIsToldToo) {
     system.isThere = false;
     make();
