@@ -370,6 +370,7 @@ void AppDelegate::projectChanged() {
     if (environment_.mainThread.isCurrent()) {
         if (gate.shouldIgnoreRendering()) return;
         unsaved_ = true;
+        ++changeCount_;
         setTitle(true);
         return;
     }

@@ -115,6 +115,8 @@ public:
     // panel takes away, this stays until the project is on the disk.
     bool hasUnsavedChanges() const { return unsaved_ && compositions.count() > 0; }
     void projectIsSaved() { unsaved_ = false; }
+    // Grows with each change.
+    std::uint64_t changeCount() const { return changeCount_; }
     // True when the process may end without a question.
     bool mayQuitWithoutAsking() const;
 
@@ -251,6 +253,7 @@ private:
     Observation projectChangedObservation_;
     std::string windowTitle_;
     bool unsaved_ = false;
+    std::uint64_t changeCount_ = 0;
     AlertHandler showAlert_;
     std::optional<std::pair<std::string, std::string>> unseenAlert_; // title and text
 };

@@ -51,17 +51,17 @@ void loadFilters(FilterTable& filters, const PropertyList* record) {
 
 ProjectFile::ProjectFile(AppDelegate& application) : application_(application) {}
 
-PropertyList ProjectFile::root() const {
+PropertyList ProjectFile::root(WindowPicture picture) const {
     PropertyList root = PropertyList::dictionary();
     for (std::size_t i = 0; i < application_.compositions.count(); ++i) {
         root.set(entryName(i), saveComposition(application_.compositions.at(i)));
     }
-    root.set("appData", saveData());
+    root.set("appData", saveData(picture));
     appendKeptKeys(root, keptRoot_);
     return root;
 }
 
-PropertyList ProjectFile::saveData() const {
+PropertyList ProjectFile::saveData(WindowPicture picture) const {
     const MasterTransport& master = application_.master;
     PropertyList data = PropertyList::dictionary();
     data.set("WindowFrame", windowFrame ? windowFrame() : application_.windowFrame);
@@ -80,8 +80,9 @@ PropertyList ProjectFile::saveData() const {
     data.set("artNetFilters", application_.recorder.artNetFilters.saveData());
     data.set("blackoutButton", propertyListOf(master.blackoutButton.saveData()));
     PropertyList kept = keptAppData_;
-    if (const std::vector<std::uint8_t> image = windowImage ? windowImage() : std::vector<std::uint8_t>();
-        !image.empty()) {
+    std::vector<std::uint8_t> image;
+    if (windowImage && picture == WindowPicture::ofNow) image = windowImage();
+    if (!image.empty()) {
         data.set("QuicklookImage", PropertyList::data(std::as_bytes(std::span(image))));
         kept.remove("QuicklookImage");
     }

@@ -35,8 +35,9 @@ public:
     ProjectResult replaceProject(const std::string& path, LoadReport* report);
     // Writes atomically; on success the path becomes the project's.
     ProjectResult processSaveWithURL(const std::string& path);
-    // The root dictionary of the present project.
-    PropertyList root() const;
+    // The root dictionary of the present project. The picture of the window costs a painting of it.
+    enum class WindowPicture { ofNow, ofBefore };
+    PropertyList root(WindowPicture picture = WindowPicture::ofNow) const;
     // Empties the application.
     void removeProject();
 
@@ -68,7 +69,7 @@ private:
     };
     ReadProject readRoot(const std::string& path) const;
     void apply(const PropertyList& root, const std::string& path, LoadReport* report);
-    PropertyList saveData() const;
+    PropertyList saveData(WindowPicture picture) const;
     PropertyList savePreferences() const;
     void loadPreferences(const PropertyList* preferences, LoadReport* report);
     void loadCompositions(const PropertyList& root, LoadReport* report);

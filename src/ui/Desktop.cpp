@@ -8,6 +8,7 @@
 
 #include <QApplication>
 
+#include <chrono>
 #include <cstdio>
 
 namespace marvo::ui {
@@ -55,6 +56,9 @@ Desktop::Desktop(RunningShow& show, const RealtimeResult& granted)
     end_.onEnd = [this] { endNow(); };
     displayLoss_.onLost = [this] { displayLost(); };
     pump_.onPumped = [this] { follow(); };
+    QObject::connect(&keepRescueCopy_, &QTimer::timeout, &window_,
+                     [this] { commands_.keepRescueCopy(show_.clock()); });
+    keepRescueCopy_.start(std::chrono::seconds(3));
 }
 
 Desktop::~Desktop() {

@@ -18,6 +18,8 @@
 #include "ui/StartWindow.h"
 #include "ui/WindowPlaces.h"
 
+#include <QTimer>
+
 #include <optional>
 
 namespace marvo::ui {
@@ -57,6 +59,7 @@ private:
     EndOfProcess end_;
     DisplayLoss displayLoss_;
     MainThreadPump pump_;
+    QTimer keepRescueCopy_;
 };
 
 } // namespace marvo::ui

@@ -14,13 +14,14 @@ bool fileExists(const std::string& path) {
 
 ProjectCommands::ProjectCommands(AppDelegate& application, ProjectDialogs& dialogs, RecentProjects& recents,
                                  RescueCopies& rescues)
-    : application_(application), dialogs_(dialogs), recents_(recents), rescues_(rescues) {
+    : application_(application), dialogs_(dialogs), recents_(recents), rescues_(rescues),
+      keeper_(application, rescues) {
     application_.projectFile.loadBegins = [this] {
-        // A load that nobody was asked about leaves the copy of the project of before for the next start.
-        rescue_.clear();
+        keeper_.leave();
         if (onProjectComes) onProjectComes();
     };
     application_.projectFile.becameProject = [this](const std::string& path) {
+        keeper_.forget();
         if (!rescues_.holds(path)) log(recents_.add(path));
         if (onRecentsChanged) onRecentsChanged();
         if (onTitle) onTitle();
@@ -42,10 +43,13 @@ Answer ProjectCommands::ask(const ProjectQuestion& question) {
 }
 
 bool ProjectCommands::mayLeave(const ProjectQuestion& question) {
-    if (application_.compositions.count() == 0) return true;
+    if (application_.compositions.count() == 0) {
+        keeper_.forget();
+        return true;
+    }
     switch (ask(question)) {
     case Answer::ok:
-        forgetRescue();
+        keeper_.forget();
         return true;
     case Answer::third:
         return saveProject();
@@ -57,10 +61,7 @@ bool ProjectCommands::mayLeave(const ProjectQuestion& question) {
 
 bool ProjectCommands::saved(const ProjectResult& result) {
     if (onTitle) onTitle();
-    if (result.done) {
-        forgetRescue();
-        return true;
-    }
+    if (result.done) return true;
     application_.logLine(result.error);
     dialogs_.tell("The project could not be saved",
                   result.error +
@@ -165,6 +166,7 @@ void ProjectCommands::removeComposition() {
 bool ProjectCommands::applicationShouldTerminate() {
     if (application_.prefs.disableConfirmOnQuit()) {
         application_.logLine("::: Quit without confirmation, so bye-bye!");
+        keeper_.forget();
         return true;
     }
     if (!askForQuit()) return false;
@@ -176,21 +178,9 @@ bool ProjectCommands::askForQuit() {
     return mayLeave(quitQuestion());
 }
 
-RescueCopies::Written ProjectCommands::endWithoutAsking() {
-    if (!application_.hasUnsavedChanges()) return {};
-    const ProjectFile& file = application_.projectFile;
-    RescueCopies::Written written =
-        rescues_.write(file.root(), file.projectName(), file.projectURL(), rescue_);
-    if (!written.file.empty()) {
-        rescue_ = written.file;
-        application_.logLine("unsaved changes are kept in " + rescue_);
-    }
-    log(written.error);
-    return written;
-}
-
 void ProjectCommands::offerRescuedCopies() {
     for (const RescueCopy& copy : rescues_.all()) {
+        if (copy.inUse) continue;
         switch (ask(rescueQuestion(copy.name, copy.when))) {
         case Answer::ok:
             openRescued(copy);
@@ -205,17 +195,15 @@ void ProjectCommands::offerRescuedCopies() {
 }
 
 void ProjectCommands::openRescued(const RescueCopy& copy) {
-    if (!load(copy.file)) return;
-    rescue_ = copy.file;
+    if (!rescues_.use(copy.file)) return; // another program was asked the same, and was quicker
+    if (!load(copy.file)) {
+        rescues_.release(copy.file);
+        return;
+    }
+    keeper_.takeUp(copy.file);
     application_.projectFile.setProjectURL(copy.original);
     application_.projectChanged();
     if (onTitle) onTitle();
-}
-
-void ProjectCommands::forgetRescue() {
-    if (rescue_.empty()) return;
-    log(rescues_.remove(rescue_));
-    rescue_.clear();
 }
 
 void ProjectCommands::log(const std::string& error) const {

@@ -2,7 +2,7 @@
 // is left behind.
 //
 // Nothing unsaved goes without a word: a save that fails, or whose panel is cancelled, ends the command that
-// asked for it, and where nobody can be asked a rescue copy is kept and offered at the next start. Holds no
+// asked for it, and a rescue copy of what is unsaved is kept and offered at the next start. Holds no
 // state of the show. Main thread.
 #pragma once
 
@@ -10,6 +10,7 @@
 #include "ui/ProjectQuestion.h"
 #include "ui/RecentProjects.h"
 #include "ui/RescueCopies.h"
+#include "ui/RescueKeeper.h"
 
 #include <functional>
 #include <string>
@@ -57,7 +58,9 @@ public:
 
     // The program is being ended and nobody can be asked: keeps what is unsaved as a rescue copy. May be
     // called again. Without a file and without an error there was nothing to keep.
-    RescueCopies::Written endWithoutAsking();
+    RescueCopies::Written endWithoutAsking() { return keeper_.keepNow(); }
+    // Keeps what is unsaved against an end that nobody foresees. Call it every few seconds.
+    void keepRescueCopy(const Clock& clock) { keeper_.follow(clock); }
     // Asks what to do with each copy that a run of before has left; ends with the first that is opened.
     void offerRescuedCopies();
 
@@ -67,14 +70,13 @@ private:
     bool saved(const ProjectResult& result);
     bool load(const std::string& path);
     void openRescued(const RescueCopy& copy);
-    void forgetRescue();
     void log(const std::string& error) const;
 
     AppDelegate& application_;
     ProjectDialogs& dialogs_;
     RecentProjects& recents_;
     RescueCopies& rescues_;
-    std::string rescue_; // copy of the present project, empty when there is none
+    RescueKeeper keeper_;
     bool asking_ = false;
 };
 

@@ -45,13 +45,11 @@ const ProjectQuestion& deleteCompositionQuestion() {
 }
 
 ProjectQuestion rescueQuestion(const std::string& name, const std::string& when) {
-    return {
-        "Open the rescued copy of \"" + name + "\"?",
-        "Marvo had to end on " + when +
-            " while the project had unsaved changes, and kept a copy of it. The project's own file is as it "
-            "was last saved.",
-        {"Open the Copy", "Later", "Delete the Copy"},
-        Answer::ok};
+    return {"Open the rescued copy of \"" + name + "\"?",
+            "Marvo ended while the project had unsaved changes. This copy of it was kept on " + when +
+                ". The project's own file is as it was last saved.",
+            {"Open the Copy", "Later", "Delete the Copy"},
+            Answer::ok};
 }
 
 } // namespace marvo::ui

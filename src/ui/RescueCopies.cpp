@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <ctime>
+#include <fcntl.h>
 #include <filesystem>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace marvo::ui {
@@ -22,9 +24,25 @@ std::string noteOf(const std::string& file) {
     return file + ".plist";
 }
 
+std::string lockOf(const std::string& file) {
+    return file + ".lock";
+}
+
+bool isLocked(const std::string& file) {
+    const int descriptor = ::open(lockOf(file).c_str(), O_RDWR | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    const bool isFree = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+    ::close(descriptor);
+    return !isFree;
+}
+
 } // namespace
 
 RescueCopies::RescueCopies(const std::string& stateFolder) : folder_(stateFolder + "/Rescue") {}
+
+RescueCopies::~RescueCopies() {
+    while (!locks_.empty()) release(std::string(locks_.begin()->first));
+}
 
 std::vector<RescueCopy> RescueCopies::all() const {
     std::vector<std::string> files;
@@ -42,7 +60,7 @@ std::vector<RescueCopy> RescueCopies::all() const {
             const PropertyList* value = note.value.find(key);
             return std::string(value ? value->stringOr("") : "");
         };
-        RescueCopy copy{file, std::nullopt, textOf("name"), textOf("when")};
+        RescueCopy copy{file, std::nullopt, textOf("name"), textOf("when"), isLocked(file)};
         if (copy.name.empty()) copy.name = "Untitled project";
         if (copy.when.empty()) copy.when = "an unknown date";
         if (std::string original = textOf("original"); !original.empty()) copy.original = original;
@@ -63,7 +81,7 @@ std::string RescueCopies::newFile() const {
 
 RescueCopies::Written RescueCopies::write(const PropertyList& project, const std::string& name,
                                           const std::optional<std::string>& original,
-                                          const std::string& present) {
+                                          const std::string& present) const {
     if (std::string error = makeFolder(folder_); !error.empty()) return {{}, error};
     const std::string file = present.empty() ? newFile() : present;
     PropertyList note = PropertyList::dictionary();
@@ -77,12 +95,43 @@ RescueCopies::Written RescueCopies::write(const PropertyList& project, const std
     return {file, written.error};
 }
 
+RescueCopies::Written RescueCopies::begin() {
+    if (std::string error = makeFolder(folder_); !error.empty()) return {{}, error};
+    const std::string file = newFile();
+    if (!use(file)) return {{}, lockOf(file) + ": cannot be locked"};
+    return {file, {}};
+}
+
+bool RescueCopies::use(const std::string& file) {
+    if (locks_.contains(file)) return true;
+    // The lock ends with the descriptor, however the process ends.
+    const int descriptor = ::open(lockOf(file).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (descriptor < 0) return false;
+    if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+        ::close(descriptor);
+        return false;
+    }
+    locks_[file] = descriptor;
+    return true;
+}
+
+void RescueCopies::release(const std::string& file) {
+    const auto found = locks_.find(file);
+    if (found == locks_.end()) return;
+    std::error_code error;
+    std::filesystem::remove(lockOf(file), error);
+    ::close(found->second);
+    locks_.erase(found);
+}
+
 std::string RescueCopies::remove(const std::string& file) {
     if (!holds(file)) return file + ": is not a rescued copy";
     std::error_code error;
     std::filesystem::remove(file, error);
     if (error) return file + ": cannot be removed: " + error.message();
     std::filesystem::remove(noteOf(file), error);
+    std::filesystem::remove(lockOf(file), error);
+    release(file);
     return {};
 }
 

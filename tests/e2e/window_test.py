@@ -67,7 +67,6 @@ class Session(rig.WindowWorld):
         self.assertIn("Second Act", self.check(self.rescued()[0]).stdout)
         self.assertEqual(self.saved_name(path), "Opening")
 
-
     def test_the_range_panel_leaves_the_keyboard_where_it_is(self):
         window = self.opened(self.project())
         window.key("ctrl+shift+r")
@@ -324,6 +323,25 @@ class Loss(rig.WindowWorld):
         self.assertEqual(window.process.child.wait(20), 1, window.process.lines)
         self.assertEqual(len(self.rescued()), 1)
         self.assertIn("Third Act", self.check(self.rescued()[0]).stdout)
+
+    def test_a_power_cut_takes_seconds_of_work_at_most(self):
+        path = self.project()
+        window = self.opened(path, "--play")
+        self.rename(window, "Third Act")
+        self.assertTrue(eventually(self.rescued), "a copy comes by itself")
+        self.assertTrue(eventually(lambda: "Third Act" in self.check(self.rescued()[0]).stdout))
+        window.process.child.send_signal(signal.SIGKILL)
+        window.process.child.wait(20)
+        self.assertEqual(self.saved_name(path), "Opening")
+        window = self.start()
+        self.assertTrue(eventually(window.dialogs), "it offers the copy")
+        window.activate(window.dialogs()[0])
+        window.key("Return")
+        self.assertTrue(eventually(lambda: "opening*" in window.title()), window.titles())
+        window.activate()
+        window.key("ctrl+s")
+        self.assertTrue(eventually(lambda: self.saved_name(path) == "Third Act"))
+        self.assertTrue(eventually(lambda: not self.rescued()), "the copy has done its work")
 
     def test_nothing_is_kept_of_a_project_that_is_saved(self):
         window = self.opened(self.project(), "--play")
