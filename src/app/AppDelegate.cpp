@@ -41,7 +41,8 @@ AppDelegate::AppDelegate(const AppEnvironment& environment)
           }),
       master(compositions, services_), infoDisplay(compositions),
       artNetControls(hub_, artNetManager_, oscManager_), projectFile(*this), dispatch_(*this),
-      midiDispatch_(*this), links_(*this), tableSignal_(environment.mainThread, [this] { updateTable(); }) {}
+      midiDispatch_(*this), links_(*this), tableSignal_(environment.mainThread, [this] { updateTable(); }),
+      changedSignal_(environment.mainThread, [this] { projectChanged(); }) {}
 
 AppDelegate::~AppDelegate() {
     gate.shut();
@@ -118,6 +119,7 @@ void AppDelegate::startArtNet() {
     };
     artNetManager_.refreshNetworkInterfaceList();
     artNetControls.setOSCAddresses();
+    artNetControls.onChanged = [this] { notifications_.post(names_.ProjectChanged); };
     artNetManager_.setIncomingDMXHandler(this);
     master.doBlackout = [this] { artNetManager_.doBlackout(); };
 }
@@ -374,7 +376,7 @@ void AppDelegate::projectChanged() {
         setTitle(true);
         return;
     }
-    environment_.mainThread.async([this] { projectChanged(); });
+    changedSignal_.post();
 }
 
 bool AppDelegate::mayQuitWithoutAsking() const {

@@ -250,6 +250,7 @@ private:
     MonotonicTime tableDue_;
     Relaxed<bool> readyToUpdateTableView_ = false;
     MainThread::Signal tableSignal_;
+    MainThread::Signal changedSignal_;
     Observation projectChangedObservation_;
     std::string windowTitle_;
     bool unsaved_ = false;

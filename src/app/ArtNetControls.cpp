@@ -7,9 +7,15 @@ namespace marvo {
 ArtNetControls::ArtNetControls(ControlHub& hub, MarvoArtNetManager& manager, MarvoOSCManager& oscManager)
     : masterFader(hub), softPatchEnableButton(hub), manager_(manager), oscManager_(oscManager) {
     masterFader.setValue(manager.masterFader());
-    masterFader.setAction([this](MarvoSlider&) { changeDMXMasterFader(); });
-    softPatchEnableButton.setAction(
-        [this](MarvoButton& button) { manager_.setSoftPatchEnabled(button.state()); });
+    masterFader.setAction([this](MarvoSlider& fader) {
+        const bool moved = fader.value() != manager_.masterFader();
+        changeDMXMasterFader();
+        if (moved) tell();
+    });
+    softPatchEnableButton.setAction([this](MarvoButton& button) {
+        manager_.setSoftPatchEnabled(button.state());
+        tell();
+    });
 
     ArtNetControlRecords& records = manager.controlRecords;
     records.saveSoftPatchEnableButton = [this] { return propertyListOf(softPatchEnableButton.saveData()); };

@@ -11,6 +11,8 @@
 #include "endpoints/artnet/MarvoArtNetManager.h"
 #include "endpoints/osc/MarvoOSCManager.h"
 
+#include <functional>
+
 namespace marvo {
 
 class ArtNetControls {
@@ -21,9 +23,14 @@ public:
     MarvoButton softPatchEnableButton;
 
     void setOSCAddresses();
+    // What a project keeps was moved or switched, by hand or from outside. On the thread of the control.
+    std::function<void()> onChanged;
 
 private:
     void changeDMXMasterFader();
+    void tell() const {
+        if (onChanged) onChanged();
+    }
 
     MarvoArtNetManager& manager_;
     MarvoOSCManager& oscManager_;

@@ -103,7 +103,8 @@ TEST(UnsavedChanges, EverySwitchOfAShowThatTheFileKeepsIsOne) {
     CompositionControls& controls = show.composition().controls;
     for (MarvoButton* button : {&controls.loopButton, &controls.syncOutButton, &controls.compStateButton,
                                 &show.composition().cueControls.enableButton, &show.track().enabledButton,
-                                &master.queuedModeButton, &master.queuedLoopButton, &master.soloModeButton}) {
+                                &master.queuedModeButton, &master.queuedLoopButton, &master.soloModeButton,
+                                &show.application.artNetControls.softPatchEnableButton}) {
         show.saved();
         EXPECT_FALSE(show.application.hasUnsavedChanges());
         button->performClick();
@@ -122,6 +123,19 @@ TEST(UnsavedChanges, EverySwitchOfAShowThatTheFileKeepsIsOne) {
     show.saved();
     show.receive("/marvo/one/compbpm", 90.0f);
     EXPECT_FALSE(show.application.hasUnsavedChanges()) << "the tempo was that before";
+}
+
+TEST(UnsavedChanges, AFaderThatIsMovedIsOneAndAFaderThatIsHeldIsNone) {
+    Show show(project());
+    show.application.artNetControls.masterFader.setMidiAssignWithData({0, 7});
+    show.saved();
+    show.receive("/marvo/artnetcolormaster", 0.5f);
+    EXPECT_TRUE(show.application.hasUnsavedChanges());
+    show.saved();
+    show.receive("/marvo/artnetcolormaster", 0.5f);
+    EXPECT_FALSE(show.application.hasUnsavedChanges());
+    show.receiveMIDI({{176, 0, 7, 100}});
+    EXPECT_TRUE(show.application.hasUnsavedChanges());
 }
 
 TEST(UnsavedChanges, ToPlayIsNone) {
