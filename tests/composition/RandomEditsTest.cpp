@@ -1,6 +1,7 @@
 // Random edits of a composition with a track of every kind, taken back and brought again. What they were made
 // from is printed, so that a failure can be played again.
 #include "CompositionRig.h"
+#include "Sanitized.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -380,7 +381,7 @@ TEST(RandomEdits, TakenBackLeaveNotAByteAndComeAgainToTheByte) {
 }
 
 // Each writes the composition four times, which the sanitizers make slow.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if MARVO_SANITIZED
 constexpr int stepsToTheByte = 100;
 #else
 constexpr int stepsToTheByte = 500;

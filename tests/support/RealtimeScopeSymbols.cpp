@@ -1,6 +1,7 @@
 // The symbols that stand before the C library's. They come into a test program together with
 // RealtimeScope::active().
 #include "RealtimeScope.h"
+#include "Sanitized.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -17,22 +18,11 @@
 #include <time.h>
 #include <unistd.h>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define MARVO_REALTIME_SCOPE_WATCHES 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
-#define MARVO_REALTIME_SCOPE_WATCHES 0
-#endif
-#endif
-#ifndef MARVO_REALTIME_SCOPE_WATCHES
-#define MARVO_REALTIME_SCOPE_WATCHES 1
-#endif
-
 bool marvo::RealtimeScope::active() {
-    return MARVO_REALTIME_SCOPE_WATCHES == 1;
+    return MARVO_SANITIZED == 0;
 }
 
-#if MARVO_REALTIME_SCOPE_WATCHES
+#if !MARVO_SANITIZED
 
 namespace {
 

@@ -1,5 +1,7 @@
 #include "tracks/ColorTable.h"
 
+#include "Sanitized.h"
+
 #include <algorithm>
 #include <chrono>
 #include <functional>
@@ -151,8 +153,7 @@ TEST(ColorTable, AFadeOverThirtyYearsTakesNoMemoryForItsFrames) {
     EXPECT_EQ(tableOf({{0, red}, {endless, blue}}, endless).colorAtFrame(endless / 2), (Colour{0.5, 0, 0.5}));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) &&                                                                        \
-    !defined(__SANITIZE_THREAD__) // which make one of the two many times slower
+#if !MARVO_SANITIZED // makes one of the two many times slower
 static double bestSeconds(int rounds, const std::function<void()>& work) {
     double best = 1e9;
     for (int i = 0; i < rounds; ++i) {

@@ -1,5 +1,6 @@
 #include "ColorRig.h"
 #include "RealtimeScope.h"
+#include "Sanitized.h"
 #include "tracks/KeyframeRecords.h"
 
 #include <atomic>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <thread>
+#include <time.h>
 
 using namespace marvo;
 using namespace marvo::testing;
@@ -320,22 +322,24 @@ TEST(ColorTrack, ATickNeverWaitsForTheTableOfAnEdit) {
     }
 }
 
+#if !MARVO_SANITIZED // makes one of the two many times slower
 TEST(ColorTrack, ATickCostsNoMoreThanTwiceThatOfAFadingValue) {
     constexpr std::int64_t frames = 20000;
-    const auto secondsOf = [](TrackRig& rig, MarvoTimelineTrack& track) {
+    // Of this thread alone: others may have the processor meanwhile.
+    const auto secondsNow = [] {
+        timespec now{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+        return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+    };
+    const auto secondsOf = [&](TrackRig& rig, MarvoTimelineTrack& track) {
         rig.composition.seconds = 1000;
         rig.journal.keeps = false;
-        double best = 1e9;
-        for (int round = 0; round < 9; ++round) {
-            rig.start(track);
-            const auto start = std::chrono::steady_clock::now();
-            rig.compQueue.sync([&] {
-                for (std::int64_t frame = 0; frame < frames; ++frame) track.processAtTime(Frame(frame));
-            });
-            const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-            best = std::min(best, taken.count());
-        }
-        return best;
+        rig.start(track);
+        const double start = secondsNow();
+        rig.compQueue.sync([&] {
+            for (std::int64_t frame = 0; frame < frames; ++frame) track.processAtTime(Frame(frame));
+        });
+        return secondsNow() - start;
     };
     TrackRig values;
     const auto value = values.make("OSCValue");
@@ -345,8 +349,13 @@ TEST(ColorTrack, ATickCostsNoMoreThanTwiceThatOfAFadingValue) {
     colors.composition.seconds = 1000;
     colors.add(0, red);
     colors.add(frames, blue);
-    const double ofValue = secondsOf(values, *value);
-    const double ofColor = secondsOf(colors, *colors.track);
+    double ofValue = 1e9;
+    double ofColor = 1e9;
+    for (int round = 0; round < 12; ++round) {
+        ofValue = std::min(ofValue, secondsOf(values, *value));
+        ofColor = std::min(ofColor, secondsOf(colors, *colors.track));
+    }
     EXPECT_EQ(values.journal.count, colors.journal.count) << "both send on every frame";
     EXPECT_LT(ofColor, 2 * ofValue);
 }
+#endif

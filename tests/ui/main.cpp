@@ -1,12 +1,14 @@
 // The windows without a display: everything is drawn and clicked in memory.
 #include "ui/Look.h"
 
+#include "Sanitized.h"
+
 #include <QApplication>
 #include <QStandardPaths>
 
 #include <gtest/gtest.h>
 
-#if defined(__SANITIZE_ADDRESS__)
+#if MARVO_ADDRESS_SANITIZED
 // The font library keeps what it has loaded to the end, which a process that ends by exit() does not outlive.
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libfontconfig\n";
