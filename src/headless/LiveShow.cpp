@@ -2,6 +2,9 @@
 
 #include "headless/HeadlessHost.h"
 #include "headless/TroubleLog.h"
+#include "platform/Dates.h"
+
+#include <cerrno>
 
 namespace marvo {
 std::unique_ptr<LiveShow> LiveShow::make(const LiveShowOptions& options, std::string& error) {
@@ -19,8 +22,12 @@ std::unique_ptr<LiveShow> LiveShow::make(const LiveShowOptions& options, std::st
 
 LiveShow::LiveShow(const LiveShowOptions& options, const Paths& paths)
     : paths_(paths), logSink_(makeLogFileSink({paths.state, options.logToTerminal, 3600, nullptr})),
-      log_(*logSink_, clock_), store_(paths.preferenceFile()), oscTransport_(options.bind.value_or("")),
+      log_(*logSink_, clock_), store_(paths.preferenceFile()),
+      systemLog_(makeJournal({program_invocation_short_name})),
+      reports_(paths.state, log_, store_, *systemLog_), crashReporter_(paths.state, reports_, log_, store_),
+      oscTransport_(options.bind.value_or("")),
       midi_(makeMIDITransport(midiChoiceNamed(options.midi).value_or(MIDIChoice::automatic), jack_)) {
+    crashReporter_.startManager(dateOfNow());
     if (!store_.warning().empty()) log_.log(store_.warning());
     crashGuard_.emplace(*midi_.transport);
 }
@@ -71,6 +78,7 @@ RealtimeResult LiveShow::startRendering(const RenderOptions& options) {
 void LiveShow::end() {
     application_->applicationWillTerminate();
     render_->stop();
+    crashReporter_.end();
 }
 
 void LiveShow::endAtOnce() {

@@ -4,6 +4,7 @@
 // Main thread. What a front end adds is how it waits for the end and what it shows.
 #pragma once
 
+#include "app/CrashReporter.h"
 #include "endpoints/artnet/UdpArtNetTransport.h"
 #include "endpoints/midi/MIDICrashGuard.h"
 #include "endpoints/midi/MIDITransportChoice.h"
@@ -47,6 +48,7 @@ public:
     const RenderThread& render() const { return *render_; }
     PreferenceStore& preferences() override { return store_; }
     Log& log() override { return log_; }
+    const Reports& reports() const override { return reports_; }
     const MonotonicClock& clock() const override { return clock_; }
     const Paths& paths() const override { return paths_; }
     const RunStatistics& statistics() const override { return render_->statistics(); }
@@ -61,6 +63,9 @@ private:
     std::unique_ptr<LogSink> logSink_;
     Log log_;
     PreferenceStore store_;
+    std::unique_ptr<SystemLog> systemLog_;
+    Reports reports_;
+    CrashReporter crashReporter_;
     MainThread mainThread_{clock_};
     UdpOSCTransport oscTransport_;
     JackAdmission jack_;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "app/AppDelegate.h"
+#include "app/Reports.h"
 #include "headless/RunStatistics.h"
 #include "headless/ShowTroubles.h"
 #include "platform/Log.h"
@@ -30,6 +31,7 @@ public:
     virtual AppDelegate& application() = 0;
     virtual PreferenceStore& preferences() = 0;
     virtual Log& log() = 0;
+    virtual const Reports& reports() const = 0;
     virtual const Clock& clock() const = 0;
     virtual const Paths& paths() const = 0;
     virtual const RunStatistics& statistics() const = 0;

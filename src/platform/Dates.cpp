@@ -5,6 +5,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
+#include <unicode/datefmt.h>
+#include <unicode/unistr.h>
 
 namespace marvo {
 namespace {
@@ -54,6 +57,21 @@ std::optional<double> parseIsoDate(std::string_view text) {
     if (!date.ok()) return std::nullopt;
     const sys_seconds moment = sys_days(date) + hours(*h) + minutes(*mi) + seconds(*s);
     return static_cast<double>((moment - epoch).count());
+}
+
+double dateOfNow() {
+    return duration<double>(system_clock::now().time_since_epoch()).count() - secondsFrom1970To2001;
+}
+
+std::string localMediumDateAndTime(double secondsSince2001) {
+    const std::unique_ptr<icu::DateFormat> format(
+        icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kMedium));
+    if (!format) return formatIsoDate(secondsSince2001);
+    icu::UnicodeString text;
+    format->format((secondsSince2001 + secondsFrom1970To2001) * 1000.0, text);
+    std::string utf8;
+    text.toUTF8String(utf8);
+    return utf8;
 }
 
 } // namespace marvo

@@ -1,5 +1,7 @@
 #include "platform/Log.h"
 
+#include "platform/Text.h"
+
 namespace marvo {
 
 namespace {
@@ -8,12 +10,6 @@ constexpr std::size_t maximumTroubles = 4096; // keys may come from outside
 
 bool beginsCharacter(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0u) != 0x80u;
-}
-
-std::size_t characterCount(std::string_view text) {
-    std::size_t count = 0;
-    for (const char byte : text) count += beginsCharacter(byte) ? 1 : 0;
-    return count;
 }
 
 // The byte at which character number `index` begins.

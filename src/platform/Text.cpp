@@ -186,6 +186,12 @@ std::size_t utf8LengthAt(std::string_view text, std::size_t at) {
     return second && follows(2) && follows(3) ? 4 : 0;
 }
 
+std::size_t characterCount(std::string_view text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xc0u) != 0x80u;
+    }));
+}
+
 bool isValidUtf8(std::string_view text) {
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = utf8LengthAt(text, at);

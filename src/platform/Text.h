@@ -30,6 +30,7 @@ int localizedStandardCompare(std::string_view a, std::string_view b);
 bool caseInsensitiveEqual(std::string_view a, std::string_view b);
 
 bool isValidUtf8(std::string_view text);
+std::size_t characterCount(std::string_view text);
 // Bytes of the character at that place; 0 when what is there is not UTF-8.
 std::size_t utf8LengthAt(std::string_view text, std::size_t at);
 // None when the surrogates do not pair.

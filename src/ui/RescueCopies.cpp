@@ -5,9 +5,7 @@
 
 #include <algorithm>
 #include <ctime>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <unistd.h>
 
 namespace marvo::ui {
@@ -26,14 +24,6 @@ std::string noteOf(const std::string& file) {
 
 std::string lockOf(const std::string& file) {
     return file + ".lock";
-}
-
-bool isLocked(const std::string& file) {
-    const int descriptor = ::open(lockOf(file).c_str(), O_RDWR | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    const bool isFree = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
-    ::close(descriptor);
-    return !isFree;
 }
 
 } // namespace
@@ -60,7 +50,7 @@ std::vector<RescueCopy> RescueCopies::all() const {
             const PropertyList* value = note.value.find(key);
             return std::string(value ? value->stringOr("") : "");
         };
-        RescueCopy copy{file, std::nullopt, textOf("name"), textOf("when"), isLocked(file)};
+        RescueCopy copy{file, std::nullopt, textOf("name"), textOf("when"), FileLock::isHeld(lockOf(file))};
         if (copy.name.empty()) copy.name = "Untitled project";
         if (copy.when.empty()) copy.when = "an unknown date";
         if (std::string original = textOf("original"); !original.empty()) copy.original = original;
@@ -104,23 +94,16 @@ RescueCopies::Written RescueCopies::begin() {
 
 bool RescueCopies::use(const std::string& file) {
     if (locks_.contains(file)) return true;
-    // The lock ends with the descriptor, however the process ends.
-    const int descriptor = ::open(lockOf(file).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (descriptor < 0) return false;
-    if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-        ::close(descriptor);
-        return false;
-    }
-    locks_[file] = descriptor;
+    std::optional<FileLock> lock = FileLock::take(lockOf(file), FileLock::Missing::make);
+    if (!lock) return false;
+    locks_.emplace(file, std::move(*lock));
     return true;
 }
 
 void RescueCopies::release(const std::string& file) {
     const auto found = locks_.find(file);
     if (found == locks_.end()) return;
-    std::error_code error;
-    std::filesystem::remove(lockOf(file), error);
-    ::close(found->second);
+    found->second.removeFile();
     locks_.erase(found);
 }
 

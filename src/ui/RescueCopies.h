@@ -5,6 +5,7 @@
 // where it says otherwise; blocks on the disk.
 #pragma once
 
+#include "platform/FileLock.h"
 #include "platform/PropertyList.h"
 
 #include <map>
@@ -52,7 +53,7 @@ private:
     std::string newFile() const;
 
     const std::string folder_;
-    std::map<std::string, int> locks_; // descriptors by file
+    std::map<std::string, FileLock> locks_; // by file
 };
 
 } // namespace marvo::ui

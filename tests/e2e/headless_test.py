@@ -3,6 +3,7 @@
 Usage: headless_test.py MARVO-HEADLESS DEMO.mrv [unittest arguments]
 """
 
+import glob
 import json
 import os
 import plistlib
@@ -245,6 +246,22 @@ class Run(Headless):
         playing = self.play(self.file("a.mrv", project([track()])), "--for", "0.2")
         self.assertIn("OSC ports inited by the OSC Manager!", playing.stderr.read())
         self.assertEqual(playing.wait(10), 0)
+
+    def testARunThatWasKilledIsReportedInAFileByTheNextOne(self):
+        def reports():
+            return glob.glob(os.path.join(self.folder.name, "config", "**", "crash-*.txt"), recursive=True)
+
+        path = self.file("a.mrv", project([track()]))
+        for ending, expected in ((signal.SIGTERM, 0), (signal.SIGKILL, 0), (signal.SIGTERM, 1), (signal.SIGTERM, 1)):
+            playing = self.play(path)
+            self.assertTrue(playing.stdout.readline().startswith("ready"))
+            playing.send_signal(ending)
+            playing.wait(10)
+            told = playing.stderr.read()
+            self.assertEqual(len(reports()), expected, told)
+        text = open(reports()[0], encoding="utf-8").read()
+        for part in ("PREFERENCES:", "===== DDLOG: =====", "::: Marvo starting", "===== APPLOG: ====="):
+            self.assertIn(part, text)
 
     def testAProjectThatCannotBeReadIsStatusOne(self):
         playing = self.play(self.file("bad.mrv", b"garbage"))

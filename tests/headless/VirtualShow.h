@@ -17,6 +17,7 @@ public:
     AppDelegate& application() override { return show.application; }
     PreferenceStore& preferences() override { return show.preferences; }
     Log& log() override { return log_; }
+    const Reports& reports() const override { return reports_; }
     const Clock& clock() const override { return show.clock; }
     const Paths& paths() const override { return paths_; }
     const RunStatistics& statistics() const override { return measured; }
@@ -41,6 +42,8 @@ private:
     Paths paths_ = Paths::below(show.file("home"));
     Lines lines_{logged};
     Log log_{lines_, show.clock};
+    std::unique_ptr<SystemLog> systemLog_ = makeJournal({"nobody", "no-such-tool"});
+    Reports reports_{paths_.state, log_, show.preferences, *systemLog_};
 };
 
 } // namespace marvo::testing
