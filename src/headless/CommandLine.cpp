@@ -234,11 +234,15 @@ CommandLine parseCheck(Arguments arguments) {
 
 } // namespace
 
+const char* programVersion() {
+    return MARVO_VERSION;
+}
+
 CommandLine parseCommandLine(int argc, const char* const* argv) {
     if (argc < 2) return refuse(programName, "a command is needed: run, trace or check");
     const std::string_view command = argv[1];
     if (command == "--help" || command == "-h") return say(generalHelp());
-    if (command == "--version") return say("marvo-headless " MARVO_VERSION "\n");
+    if (command == "--version") return say(std::string("marvo-headless ") + programVersion() + "\n");
     const Arguments arguments(argc, argv, 2);
     if (command == "run") return parseRun(arguments, runName, runHelp(), true);
     if (command == "trace") return parseTrace(arguments);
@@ -248,7 +252,8 @@ CommandLine parseCommandLine(int argc, const char* const* argv) {
 
 CommandLine parseWindowCommandLine(int argc, const char* const* argv) {
     const Arguments arguments(argc, argv, 1);
-    if (argc == 2 && std::string_view(argv[1]) == "--version") return say("marvo " MARVO_VERSION "\n");
+    if (argc == 2 && std::string_view(argv[1]) == "--version")
+        return say(std::string("marvo ") + programVersion() + "\n");
     return parseRun(arguments, windowName, windowHelp(), false);
 }
 

@@ -10,6 +10,8 @@
 
 namespace marvo {
 
+const char* programVersion(); // "1.2.3"
+
 struct PreferenceOverride {
     std::string key; // not empty; whether there is such a key is for the preferences to say
     std::string value;

@@ -3,6 +3,7 @@
 #include "ui/AddTrackMenu.h"
 #include "ui/CompositionView.h"
 #include "ui/CompositionsPanel.h"
+#include "ui/HelpMenu.h"
 #include "ui/KeyframesAtPlayhead.h"
 #include "ui/Look.h"
 #include "ui/MainWindow.h"
@@ -36,6 +37,7 @@ Menus::Menus(MainWindow& window) : window_(window) {
     addKeyframe();
     addPlayback();
     addView();
+    help_ = std::make_unique<HelpMenu>(*window_.menuBar(), window_.show().reports(), window_);
     window_.show().application().undo.setChangeHandler([this] { update(); });
     update();
 }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <vector>
 
 class QAction;
@@ -14,6 +15,7 @@ class QMenu;
 
 namespace marvo::ui {
 
+class HelpMenu;
 class MainWindow;
 
 class Menus {
@@ -50,6 +52,7 @@ private:
     void addView();
 
     MainWindow& window_;
+    std::unique_ptr<HelpMenu> help_;
     QMenu* addTrackMenu_ = nullptr;
     QAction* undo_ = nullptr;
     QAction* redo_ = nullptr;

@@ -1,12 +1,15 @@
 // Every window of the program but the main one, opened one after the other before a full show.
 #pragma once
 
+#include "ui/AboutDialog.h"
 #include "ui/CompositionSettingsDialog.h"
 #include "ui/CuePopover.h"
 #include "ui/Notice.h"
 #include "ui/ProjectQuestions.h"
 #include "ui/QuestionBox.h"
 #include "ui/RangePanel.h"
+#include "ui/ReportDialog.h"
+#include "ui/ShortcutsWindow.h"
 #include "ui/SortTracksDialog.h"
 
 #include "Stage.h"
@@ -15,6 +18,7 @@
 #include <QComboBox>
 #include <QFileDialog>
 #include <QInputDialog>
+#include <QMenuBar>
 
 namespace marvo::ui::testing {
 
@@ -44,6 +48,7 @@ struct Dialogs : Stage {
             &window());
         shown(*notice, QStringLiteral("notice-open"), visit);
         notice->close();
+        helpWindows(visit);
         startWindow(visit);
         window().rangePanel().show();
         shown(window().rangePanel(), QStringLiteral("range-panel"), visit);
@@ -131,6 +136,17 @@ private:
             QuestionBox box(*question, &window());
             shown(box, QString::fromLatin1(name), visit);
         }
+    }
+
+    void helpWindows(const Visit& visit) {
+        ShortcutsWindow shortcuts(*window().menuBar(), &window());
+        shown(shortcuts, QStringLiteral("shortcuts"), visit);
+        shortcuts.close();
+        ReportDialog report(running.reports(), &window());
+        shown(report, QStringLiteral("report"), visit);
+        report.close();
+        AboutDialog about(&window());
+        shown(about, QStringLiteral("about"), visit);
     }
 
     void startWindow(const Visit& visit) {
