@@ -25,6 +25,10 @@ public:
         sigemptyset(&set);
         sigaddset(&set, SIGINT);
         sigaddset(&set, SIGTERM);
+        // The terminal is closed; a run that was told not to mind has it ignored.
+        struct sigaction hangUp {};
+        sigaction(SIGHUP, nullptr, &hangUp);
+        if (hangUp.sa_handler != SIG_IGN) sigaddset(&set, SIGHUP);
         pthread_sigmask(SIG_BLOCK, &set, nullptr);
         std::signal(SIGPIPE, SIG_IGN);
         descriptor_ = ::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
