@@ -118,8 +118,9 @@ void AppDelegate::startArtNet() {
         if (onArtNetTrouble) onArtNetTrouble(trouble);
     };
     artNetManager_.refreshNetworkInterfaceList();
+    // Only the title follows: a fader moves often.
+    artNetControls.onChanged = [this] { projectChanged(); };
     artNetControls.setOSCAddresses();
-    artNetControls.onChanged = [this] { notifications_.post(names_.ProjectChanged); };
     artNetManager_.setIncomingDMXHandler(this);
     master.doBlackout = [this] { artNetManager_.doBlackout(); };
 }
