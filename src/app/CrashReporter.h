@@ -28,6 +28,8 @@ public:
     void end() { marker_.reset(); }
 
 private:
+    void report(const std::string& programName);
+
     const std::string stateFolder_;
     const Reports& reports_;
     Log& log_;

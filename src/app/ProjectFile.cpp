@@ -138,6 +138,7 @@ ProjectResult ProjectFile::loadProject(const std::string& path, LoadReport* repo
 ProjectResult ProjectFile::replaceProject(const std::string& path, LoadReport* report) {
     const ReadProject read = readRoot(path);
     if (!read.error.empty()) return {false, read.error};
+    if (projectGoes) projectGoes();
     removeProject();
     apply(read.root, path, report);
     return {true, {}};

@@ -51,7 +51,9 @@ public:
     // Called between the ports and the compositions of a load; the trace adds outputs that only tracks name.
     std::function<void(const PropertyList& root)> portsLoaded;
 
-    // For the window. A file has been read and is about to become the project.
+    // For the window. A file has been read; what it replaces still stands.
+    std::function<void()> projectGoes;
+    // The file is about to become the project.
     std::function<void()> loadBegins;
     // A file is the project's now: it was loaded or saved.
     std::function<void(const std::string& path)> becameProject;

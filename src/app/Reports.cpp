@@ -30,31 +30,33 @@ std::string nameOfNow() {
     return {text, std::strftime(text, sizeof text, "%Y%m%d-%H%M%S", &local)};
 }
 
-// Their names begin with the kind and sort by date.
-void keepNewest(const std::string& folder, std::string_view kind, std::size_t count) {
+// Their names begin with the kind and sort by date. One stays whatever the clock says: the newest.
+void keepNewest(const std::string& folder, std::string_view kind, std::size_t count,
+                const std::string& newest) {
     std::vector<std::filesystem::path> files;
     std::error_code error;
     for (std::filesystem::directory_iterator each(folder, error), end; !error && each != end;
          each.increment(error)) {
         const std::string name = each->path().filename().string();
-        if (name.starts_with(std::string(kind) + "-") && name.ends_with(".txt"))
-            files.push_back(each->path());
+        const bool isOne = name.starts_with(std::string(kind) + "-") && name.ends_with(".txt");
+        if (isOne && each->path() != newest) files.push_back(each->path());
     }
     std::sort(files.rbegin(), files.rend());
-    for (std::size_t i = count; i < files.size(); ++i) std::filesystem::remove(files[i], error);
+    for (std::size_t i = count - 1; i < files.size(); ++i) std::filesystem::remove(files[i], error);
 }
 
 } // namespace
 
-Reports::Reports(std::string stateFolder, const Log& log, const PreferenceStore& preferences,
-                 SystemLog& systemLog)
-    : folder_(std::move(stateFolder) + "/Reports"), log_(log), preferences_(preferences),
-      systemLog_(systemLog) {}
+Reports::Reports(std::string stateFolder, std::string programName, const Log& log,
+                 const PreferenceStore& preferences, SystemLog& systemLog)
+    : folder_(std::move(stateFolder) + "/Reports"), programName_(std::move(programName)), log_(log),
+      preferences_(preferences), systemLog_(systemLog) {}
 
-std::string Reports::logSince(double date, std::optional<std::size_t> maxSize) const {
+std::string Reports::logSince(const std::string& programName, double date,
+                              std::optional<std::size_t> maxSize) const {
     std::vector<std::string> lines;
     std::size_t length = 0;
-    systemLog_.walkBack(date + secondsFrom1970To2001, [&](const SystemMessage& message) {
+    systemLog_.walkBack(programName, date + secondsFrom1970To2001, [&](const SystemMessage& message) {
         lines.push_back(localMediumDateAndTime(message.time - secondsFrom1970To2001) + ": " + message.text +
                         "\n");
         length += characterCount(lines.back());
@@ -65,15 +67,16 @@ std::string Reports::logSince(double date, std::optional<std::size_t> maxSize) c
     return text;
 }
 
-Reports::CrashMaterial Reports::crashMaterial() const {
+Reports::CrashMaterial Reports::crashMaterial(const std::string& programName) const {
     const PropertyList* lastRun = preferences_.find("lastRun");
     return {xmlOf(preferences_.all()), getLogFilesContentWithMaxSize(crashLogSize),
-            lastRun ? lastRun->dateSeconds() : 0.0};
+            lastRun ? lastRun->dateSeconds() : 0.0, programName.empty() ? programName_ : programName};
 }
 
 std::string Reports::applicationLogForCrashManager(const CrashMaterial& material) const {
     return "PREFERENCES:  \n " + material.preferences + " \n\n ===== DDLOG: =====  \n " + material.logFiles +
-           " \n\n ===== APPLOG: =====  \n " + logSince(material.lastRun, crashLogSize) + " \n\n";
+           " \n\n ===== APPLOG: =====  \n " + logSince(material.programName, material.lastRun, crashLogSize) +
+           " \n\n";
 }
 
 std::vector<std::pair<std::string, std::string>> Reports::customParametersForFeedbackReport() const {
@@ -94,15 +97,15 @@ Reports::Written Reports::writeFeedbackReport(std::string_view words) const {
 
 Reports::Written Reports::write(std::string_view kind, std::string_view text) const {
     if (std::string error = makeFolder(folder_); !error.empty()) return {{}, error};
-    const std::string stem = folder_ + "/" + std::string(kind) + "-" + nameOfNow();
-    std::string path = stem + ".txt";
+    const std::string stem = folder_ + "/" + std::string(kind) + "-" + nameOfNow() + "-";
+    std::string path;
     std::error_code ignored;
-    for (int more = 2; std::filesystem::exists(path, ignored); ++more)
-        path = stem + "-" + std::to_string(more) + ".txt";
+    for (int number = 1; path.empty() || std::filesystem::exists(path, ignored); ++number)
+        path = stem + (number < 10 ? "0" : "") + std::to_string(number) + ".txt";
     FileSteps steps;
     AtomicFile file(path, steps);
     if (!file.write(text) || !file.commit()) return {{}, file.error()};
-    keepNewest(folder_, kind, reportsKept);
+    keepNewest(folder_, kind, reportsKept, path);
     return {path, {}};
 }
 

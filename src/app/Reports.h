@@ -25,14 +25,18 @@ public:
     static constexpr std::size_t feedbackLogSize = 10'000; // characters
     static constexpr std::size_t reportsKept = 10;         // of each kind; older ones go
 
-    // stateFolder: Paths::state; the reports lie in a folder of their own there. All outlive the object.
-    Reports(std::string stateFolder, const Log& log, const PreferenceStore& preferences,
-            SystemLog& systemLog);
+    // stateFolder: Paths::state; the reports lie in a folder of their own there. programName: as the kernel
+    // knows it. All outlive the object.
+    Reports(std::string stateFolder, std::string programName, const Log& log,
+            const PreferenceStore& preferences, SystemLog& systemLog);
+    const std::string& programName() const { return programName_; }
 
     std::string getLogFilesContentWithMaxSize(std::size_t size) const { return log_.logFileContents(size); }
     // The system log's messages of this program at or after the date (seconds since 2001), oldest first: the
     // newest whose length together passes maxSize characters at most once. Waits for a bounded time.
-    std::string logSince(double date, std::optional<std::size_t> maxSize) const;
+    std::string logSince(double date, std::optional<std::size_t> maxSize) const {
+        return logSince(programName_, date, maxSize);
+    }
 
     // What a crash leaves to tell, in two steps: the settings and the log files of before as they are now,
     // and the whole text.
@@ -40,8 +44,10 @@ public:
         std::string preferences;
         std::string logFiles;
         double lastRun = 0.0; // seconds since 2001
+        std::string programName;
     };
-    CrashMaterial crashMaterial() const;
+    // programName: of the run that died.
+    CrashMaterial crashMaterial(const std::string& programName) const;
     std::string applicationLogForCrashManager(const CrashMaterial& material) const;
     // Fields of a feedback form.
     std::vector<std::pair<std::string, std::string>> customParametersForFeedbackReport() const;
@@ -55,9 +61,12 @@ public:
     Written writeFeedbackReport(std::string_view words) const;
 
 private:
+    std::string logSince(const std::string& programName, double date,
+                         std::optional<std::size_t> maxSize) const;
     Written write(std::string_view kind, std::string_view text) const;
 
     const std::string folder_;
+    const std::string programName_;
     const Log& log_;
     const PreferenceStore& preferences_;
     SystemLog& systemLog_;

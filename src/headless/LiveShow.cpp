@@ -22,10 +22,9 @@ std::unique_ptr<LiveShow> LiveShow::make(const LiveShowOptions& options, std::st
 
 LiveShow::LiveShow(const LiveShowOptions& options, const Paths& paths)
     : paths_(paths), logSink_(makeLogFileSink({paths.state, options.logToTerminal, 3600, nullptr})),
-      log_(*logSink_, clock_), store_(paths.preferenceFile()),
-      systemLog_(makeJournal({program_invocation_short_name})),
-      reports_(paths.state, log_, store_, *systemLog_), crashReporter_(paths.state, reports_, log_, store_),
-      oscTransport_(options.bind.value_or("")),
+      log_(*logSink_, clock_), store_(paths.preferenceFile()), systemLog_(makeJournal()),
+      reports_(paths.state, program_invocation_short_name, log_, store_, *systemLog_),
+      crashReporter_(paths.state, reports_, log_, store_), oscTransport_(options.bind.value_or("")),
       midi_(makeMIDITransport(midiChoiceNamed(options.midi).value_or(MIDIChoice::automatic), jack_)) {
     crashReporter_.startManager(dateOfNow());
     if (!store_.warning().empty()) log_.log(store_.warning());

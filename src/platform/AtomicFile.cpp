@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -14,6 +16,7 @@
 namespace marvo {
 namespace {
 
+constexpr std::string_view temporaryPrefix = ".marvo-save-";
 constexpr std::size_t maximumPath = 4096;
 constexpr int mostLinks = 40;
 
@@ -62,6 +65,18 @@ AtomicFile::~AtomicFile() {
     if (!temporary_.empty()) ::unlink(temporary_.c_str());
 }
 
+bool AtomicFile::isLeftBehind(const std::string& path) {
+    std::string_view name(path);
+    name.remove_prefix(name.rfind('/') + 1);
+    if (!name.starts_with(temporaryPrefix)) return false;
+    name.remove_prefix(temporaryPrefix.size());
+    pid_t process = 0;
+    const auto [rest, failure] = std::from_chars(name.data(), name.data() + name.size(), process);
+    if (failure != std::errc() || process <= 0 || rest == name.data() + name.size() || *rest != '-')
+        return false;
+    return ::kill(process, 0) != 0 && errno == ESRCH;
+}
+
 bool AtomicFile::fail(const char* doing, int code) {
     if (error_.empty()) error_ = escapeForLog(path_, maximumPath) + ": " + doing + ": " + std::strerror(code);
     return false;
@@ -84,8 +99,8 @@ void AtomicFile::open() {
     // left by a run that died.
     static std::atomic<unsigned> serial{0};
     do {
-        temporary_ =
-            folderOf(target_) + "/.marvo-save-" + std::to_string(::getpid()) + "-" + std::to_string(++serial);
+        temporary_ = folderOf(target_) + "/" + std::string(temporaryPrefix) + std::to_string(::getpid()) +
+                     "-" + std::to_string(++serial);
         descriptor_ =
             ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? 0600 : 0666);
     } while (descriptor_ < 0 && errno == EEXIST);

@@ -38,6 +38,9 @@ public:
     bool commit();
     const std::string& error() const { return error_; }
 
+    // Whether the path is the temporary file of a process that died while it wrote.
+    static bool isLeftBehind(const std::string& path);
+
 private:
     bool fail(const char* doing, int code);
     void open();

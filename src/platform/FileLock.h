@@ -13,8 +13,11 @@ namespace marvo {
 class FileLock {
 public:
     enum class Missing { make, leave };
-    // None when somebody else has it, or when the file cannot be opened.
-    static std::optional<FileLock> take(const std::string& path, Missing missing);
+    struct Attempt; // below
+
+    // What stands at the path afterwards is the file that is locked, also when another holder took his away
+    // meanwhile.
+    static Attempt take(const std::string& path, Missing missing);
     static bool isHeld(const std::string& path);
 
     FileLock(FileLock&& other) noexcept
@@ -22,6 +25,10 @@ public:
     FileLock& operator=(FileLock&&) = delete;
     ~FileLock();
 
+    // An error text, empty when the file has the new name; the lock stays.
+    std::string renameFile(const std::string& path);
+    bool writeText(const std::string& text) const;
+    std::string readText() const;
     // Takes the file away before the lock goes with the object.
     void removeFile() const;
 
@@ -30,6 +37,12 @@ private:
 
     std::string path_;
     int descriptor_ = -1;
+};
+
+struct FileLock::Attempt {
+    std::optional<FileLock> lock;
+    bool heldByOther = false;
+    std::string error; // why there is none though nobody else has it: no such file, no room, no locks here
 };
 
 } // namespace marvo

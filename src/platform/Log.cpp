@@ -2,6 +2,9 @@
 
 #include "platform/Text.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace marvo {
 
 namespace {
@@ -64,7 +67,9 @@ bool Log::forget(std::string_view key) {
 }
 
 std::string Log::logFileContents(std::size_t maxSize) const {
-    std::string text = sink_.contents();
+    constexpr std::size_t longestCharacter = 4;
+    constexpr std::size_t most = std::numeric_limits<std::size_t>::max() / longestCharacter - 2;
+    std::string text = sink_.contents((std::min(maxSize, most) + 2) * longestCharacter);
     const std::size_t length = characterCount(text);
     if (length <= maxSize) return text;
     const std::size_t from = byteOfCharacter(text, length - maxSize - 1);

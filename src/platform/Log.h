@@ -19,8 +19,9 @@ class LogSink {
 public:
     virtual ~LogSink() = default;
     virtual void write(std::string_view line) = 0;
-    // All text that is kept, oldest first. May wait a bounded time for lines on their way.
-    virtual std::string contents() = 0;
+    // The text that is kept, oldest first: all of it, or of a longer one the end, of that many bytes at
+    // least. May wait a bounded time for lines on their way.
+    virtual std::string contents(std::size_t lastBytes) = 0;
 };
 
 // The terminal (standard error) and a file in `folder` that is followed by a new one every hour, one file

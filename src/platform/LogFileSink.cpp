@@ -57,6 +57,20 @@ std::vector<LogFile> logFilesIn(const std::filesystem::path& folder) {
     return files;
 }
 
+std::string endOf(const std::filesystem::path& path, std::size_t bytes) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    std::ifstream stream(path, std::ios::binary);
+    if (!error && size > bytes) {
+        stream.seekg(static_cast<std::streamoff>(size - bytes));
+        // Not in the middle of a character.
+        while ((static_cast<unsigned>(stream.peek()) & 0xc0u) == 0x80u) stream.get();
+    }
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
+
 // Writes lines and rolls the file. Runs on the log's own thread, except for waitForFlush.
 class RollingFile final : public spdlog::sinks::base_sink<std::mutex> {
 public:
@@ -154,7 +168,7 @@ public:
         }
     }
 
-    std::string contents() override {
+    std::string contents(std::size_t lastBytes) override {
         const std::uint64_t before = file_->flushCount();
         try {
             logger_->flush();
@@ -162,12 +176,9 @@ public:
         }
         file_->waitForFlush(before + 1, std::chrono::milliseconds(1000));
         std::string text;
-        for (const LogFile& each : logFilesIn(folder_)) {
-            std::ifstream stream(each.path, std::ios::binary);
-            std::ostringstream part;
-            part << stream.rdbuf();
-            text += part.str();
-        }
+        const std::vector<LogFile> files = logFilesIn(folder_);
+        for (auto each = files.rbegin(); each != files.rend() && text.size() < lastBytes; ++each)
+            text.insert(0, endOf(each->path, lastBytes - text.size()));
         return text;
     }
 

@@ -15,19 +15,20 @@ namespace marvo {
 class RunMarker {
 public:
     // Takes away the marks of the dead. Where the folder cannot be written, no run is missed later.
-    explicit RunMarker(const std::string& folder);
+    // programName: for whoever finds the mark.
+    RunMarker(const std::string& folder, const std::string& programName);
     ~RunMarker();
     RunMarker(const RunMarker&) = delete;
     RunMarker& operator=(const RunMarker&) = delete;
 
-    // A run of before has died since the last start.
-    bool earlierRunDied() const { return earlierRunDied_; }
+    // The program of a run that has died since the last start; none when none did.
+    const std::optional<std::string>& deadProgram() const { return deadProgram_; }
     // The program ends by itself. May be called again.
     void end();
 
 private:
     std::optional<FileLock> lock_;
-    bool earlierRunDied_ = false;
+    std::optional<std::string> deadProgram_;
 };
 
 } // namespace marvo

@@ -29,6 +29,7 @@ enum class QueueRank : int {
     nmc = 65,               // "com.selkar.marvo_nmc"
     oscQueryServers = 70,   // "com.selkar.queryServersQueue"
     audioFile = 75,         // "com.selkar.audioconverter"
+    rescueCopies = 80,
 };
 
 // Guards what belongs together, and knows who stands in it.

@@ -5,14 +5,15 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cinttypes>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -23,6 +24,7 @@ namespace marvo {
 namespace {
 
 constexpr std::size_t largestText = 4'000'000;
+constexpr double latest = 4e9; // in the year 2096
 
 // One field: "NAME=value\n", or "NAME\n", eight bytes of length (least first), the value and "\n". False when
 // it is cut short.
@@ -71,8 +73,10 @@ public:
         if (output_ >= 0) ::close(output_);
         if (child_ < 0) return;
         ::kill(child_, SIGKILL);
-        while (::waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {
-        }
+        // One that hangs in the kernel is left to it.
+        constexpr timespec aMoment{0, 2'000'000};
+        for (int i = 0; i < 500 && ::waitpid(child_, nullptr, WNOHANG) == 0; ++i)
+            ::nanosleep(&aMoment, nullptr);
     }
     Tool(const Tool&) = delete;
     Tool& operator=(const Tool&) = delete;
@@ -104,11 +108,15 @@ class Journal final : public SystemLog {
 public:
     explicit Journal(JournalOptions options) : options_(std::move(options)) {}
 
-    void walkBack(double since, const std::function<bool(const SystemMessage&)>& more) override {
+    void walkBack(const std::string& programName, double since,
+                  const std::function<bool(const SystemMessage&)>& more) override {
+        // In whole numbers: the decimal point of the language would not be understood.
+        const auto microseconds = static_cast<std::int64_t>(std::clamp(since, 0.0, latest) * 1e6);
         std::array<char, 64> moment{};
-        std::snprintf(moment.data(), moment.size(), "--since=@%01f", since);
+        std::snprintf(moment.data(), moment.size(), "--since=@%" PRId64 ".%06" PRId64,
+                      microseconds / 1'000'000, microseconds % 1'000'000);
         const Tool tool({options_.tool, "--quiet", "--no-pager", "--reverse", "--output=export",
-                         moment.data(), "_COMM=" + options_.programName});
+                         moment.data(), "_COMM=" + programName});
         const std::string text = tool.read(options_.atMost);
         std::string_view rest = text;
         while (const std::optional<SystemMessage> message = takeJournalEntry(rest)) {

@@ -20,18 +20,19 @@ struct SystemMessage {
 class SystemLog {
 public:
     virtual ~SystemLog() = default;
-    // Messages of this program at or after `since` (seconds since 1970), newest first, until `more` returns
-    // false. Nothing where there is no such log. Any thread; waits for a bounded time.
-    virtual void walkBack(double since, const std::function<bool(const SystemMessage&)>& more) = 0;
+    // Messages of a program at or after `since` (seconds since 1970), newest first, until `more` returns
+    // false. Nothing where there is no such log. programName: as the kernel knows it, 15 bytes at most. Any
+    // thread; waits for a bounded time.
+    virtual void walkBack(const std::string& programName, double since,
+                          const std::function<bool(const SystemMessage&)>& more) = 0;
 };
 
-// The journal, read through its own tool. programName: as the kernel knows it, 15 bytes at most.
+// The journal, read through its own tool.
 struct JournalOptions {
-    std::string programName;
     std::string tool = "journalctl";
     Duration atMost = Duration::ofSeconds(2);
 };
-std::unique_ptr<SystemLog> makeJournal(JournalOptions options);
+std::unique_ptr<SystemLog> makeJournal(JournalOptions options = {});
 
 // Takes the next entry off a text in the journal's export form; none at its end. An entry without a message
 // is an empty one; one that is cut short is none.

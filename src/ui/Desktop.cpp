@@ -110,7 +110,7 @@ void Desktop::displayLost() {
     application_.projectFile.windowImage = nullptr;
     application_.projectFile.windowFrame = nullptr;
     // The work first: until it is kept the show plays on as it would have.
-    const RescueCopies::Written kept = commands_.endWithoutAsking();
+    const RescueKeeper::Written kept = commands_.endWithoutAsking();
     show_.endAtOnce();
     std::string text = "The display is gone. The show has ended, and nothing sounds any more.\n";
     if (!kept.file.empty())

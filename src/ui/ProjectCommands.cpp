@@ -1,6 +1,8 @@
 #include "ui/ProjectCommands.h"
 
 #include <filesystem>
+#include <memory>
+#include <utility>
 
 namespace marvo::ui {
 namespace {
@@ -13,11 +15,11 @@ bool fileExists(const std::string& path) {
 } // namespace
 
 ProjectCommands::ProjectCommands(AppDelegate& application, ProjectDialogs& dialogs, RecentProjects& recents,
-                                 RescueCopies& rescues)
+                                 const RescueCopies& rescues)
     : application_(application), dialogs_(dialogs), recents_(recents), rescues_(rescues),
-      keeper_(application, rescues) {
+      keeper_(application, rescues, [&application](const std::string& line) { application.logLine(line); }) {
+    application_.projectFile.projectGoes = [this] { keeper_.leave(); };
     application_.projectFile.loadBegins = [this] {
-        keeper_.leave();
         if (onProjectComes) onProjectComes();
     };
     application_.projectFile.becameProject = [this](const std::string& path) {
@@ -29,6 +31,7 @@ ProjectCommands::ProjectCommands(AppDelegate& application, ProjectDialogs& dialo
 }
 
 ProjectCommands::~ProjectCommands() {
+    application_.projectFile.projectGoes = nullptr;
     application_.projectFile.loadBegins = nullptr;
     application_.projectFile.becameProject = nullptr;
 }
@@ -44,12 +47,12 @@ Answer ProjectCommands::ask(const ProjectQuestion& question) {
 
 bool ProjectCommands::mayLeave(const ProjectQuestion& question) {
     if (application_.compositions.count() == 0) {
-        keeper_.forget();
+        keeper_.giveUp();
         return true;
     }
     switch (ask(question)) {
     case Answer::ok:
-        keeper_.forget();
+        keeper_.giveUp();
         return true;
     case Answer::third:
         return saveProject();
@@ -91,6 +94,7 @@ void ProjectCommands::clearProject() {
     if (!mayLeave(newProjectQuestion())) return;
     if (onProjectComes) onProjectComes();
     application_.newProject();
+    keeper_.forget();
     if (onTitle) onTitle();
 }
 
@@ -103,6 +107,7 @@ bool ProjectCommands::load(const std::string& path) {
     const ProjectResult result = application_.openProject(path, &report);
     if (onTitle) onTitle();
     if (!result.done) {
+        keeper_.keepOn();
         application_.logLine(result.error);
         application_.beep();
         dialogs_.tell("The project could not be opened", result.error);
@@ -116,6 +121,7 @@ bool ProjectCommands::load(const std::string& path) {
 void ProjectCommands::openProject() {
     if (!askForNewProject()) return;
     application_.projectFile.removeProject();
+    keeper_.forget();
     if (onTitle) onTitle();
     if (const std::optional<std::string> path = dialogs_.chooseProjectToOpen()) load(*path);
 }
@@ -166,10 +172,12 @@ void ProjectCommands::removeComposition() {
 bool ProjectCommands::applicationShouldTerminate() {
     if (application_.prefs.disableConfirmOnQuit()) {
         application_.logLine("::: Quit without confirmation, so bye-bye!");
+        keeper_.giveUp();
         keeper_.forget();
         return true;
     }
     if (!askForQuit()) return false;
+    keeper_.forget();
     application_.logLine("::: Quit, so bye-bye!");
     return true;
 }
@@ -179,8 +187,9 @@ bool ProjectCommands::askForQuit() {
 }
 
 void ProjectCommands::offerRescuedCopies() {
+    rescues_.tidy();
     for (const RescueCopy& copy : rescues_.all()) {
-        if (copy.inUse) continue;
+        if (RescueCopies::isInUse(copy.file)) continue; // while another question stood
         switch (ask(rescueQuestion(copy.name, copy.when))) {
         case Answer::ok:
             openRescued(copy);
@@ -195,12 +204,14 @@ void ProjectCommands::offerRescuedCopies() {
 }
 
 void ProjectCommands::openRescued(const RescueCopy& copy) {
-    if (!rescues_.use(copy.file)) return; // another program was asked the same, and was quicker
-    if (!load(copy.file)) {
-        rescues_.release(copy.file);
+    auto held = std::make_shared<RescueCopies::Held>();
+    if (!RescueCopies::use(copy.file, *held)) {
+        dialogs_.tell("The copy could not be opened", copy.file + ": another program works on it");
         return;
     }
-    keeper_.takeUp(copy.file);
+    if (application_.hasUnsavedChanges() && !mayLeave(openProjectQuestion())) return;
+    if (!load(copy.file)) return;
+    keeper_.takeUp(std::move(held));
     application_.projectFile.setProjectURL(copy.original);
     application_.projectChanged();
     if (onTitle) onTitle();

@@ -22,7 +22,7 @@ public:
     // Everything outlives the commands. Loads and saves from now on enter the recent projects, whoever asks
     // for them.
     ProjectCommands(AppDelegate& application, ProjectDialogs& dialogs, RecentProjects& recents,
-                    RescueCopies& rescues);
+                    const RescueCopies& rescues);
     ~ProjectCommands();
     ProjectCommands(const ProjectCommands&) = delete;
     ProjectCommands& operator=(const ProjectCommands&) = delete;
@@ -58,9 +58,10 @@ public:
 
     // The program is being ended and nobody can be asked: keeps what is unsaved as a rescue copy. May be
     // called again. Without a file and without an error there was nothing to keep.
-    RescueCopies::Written endWithoutAsking() { return keeper_.keepNow(); }
-    // Keeps what is unsaved against an end that nobody foresees. Call it every few seconds.
-    void keepRescueCopy(const Clock& clock) { keeper_.follow(clock); }
+    RescueKeeper::Written endWithoutAsking() { return keeper_.keepNow(); }
+    // Keeps what is unsaved against an end that nobody foresees. Call it every few seconds. False while the
+    // disk still takes what was kept before.
+    bool keepRescueCopy(const Clock& clock) { return keeper_.follow(clock); }
     // Asks what to do with each copy that a run of before has left; ends with the first that is opened.
     void offerRescuedCopies();
 
@@ -75,7 +76,7 @@ private:
     AppDelegate& application_;
     ProjectDialogs& dialogs_;
     RecentProjects& recents_;
-    RescueCopies& rescues_;
+    const RescueCopies& rescues_;
     RescueKeeper keeper_;
     bool asking_ = false;
 };

@@ -46,7 +46,7 @@ const ProjectQuestion& deleteCompositionQuestion() {
 
 ProjectQuestion rescueQuestion(const std::string& name, const std::string& when) {
     return {"Open the rescued copy of \"" + name + "\"?",
-            "Marvo ended while the project had unsaved changes. This copy of it was kept on " + when +
+            "The project was left with unsaved changes. This copy of it was kept on " + when +
                 ". The project's own file is as it was last saved.",
             {"Open the Copy", "Later", "Delete the Copy"},
             Answer::ok};

@@ -1,17 +1,21 @@
 // Keeps the unsaved project as a rescue copy while it is being worked on, so that a crash or a power cut
-// costs seconds of work at most.
+// costs little work.
 //
-// The picture of the project is taken on the main thread, the file is written beside it; neither holds up the
-// show. A copy lives as long as its changes are unsaved: a save, or an answer that gives them up, takes it
-// away. Main thread.
+// The project is taken down on the main thread, which is as busy meanwhile as it is for a save; the disk is
+// waited for by a thread of the keeper's own. A copy lives as long as its changes are unsaved: a save takes
+// it away, and so does the answer that they may go, once they have gone. Main thread.
 #pragma once
 
 #include "app/AppDelegate.h"
 #include "platform/Clock.h"
+#include "platform/SerialQueue.h"
 #include "ui/RescueCopies.h"
 
+#include <atomic>
 #include <cstdint>
-#include <future>
+#include <deque>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -19,45 +23,61 @@ namespace marvo::ui {
 
 class RescueKeeper {
 public:
-    // Time between two copies; longer for projects whose picture takes long, which the window would notice.
+    // Between two copies; longer for projects that take long to be taken down, which the window would notice.
     static constexpr Duration interval = Duration::ofSeconds(20);
     static constexpr std::int64_t restPerWork = 200;
+    // Of projects that others have replaced without a question, within one run.
+    static constexpr std::size_t mostLeft = 10;
 
-    // Both outlive the keeper.
-    RescueKeeper(AppDelegate& application, RescueCopies& copies)
-        : application_(application), copies_(copies) {}
-    ~RescueKeeper();
+    // log: any thread. All outlive the keeper.
+    RescueKeeper(AppDelegate& application, const RescueCopies& copies,
+                 std::function<void(const std::string& line)> log);
+    ~RescueKeeper(); // writes and removes what was begun
     RescueKeeper(const RescueKeeper&) = delete;
     RescueKeeper& operator=(const RescueKeeper&) = delete;
 
     // Writes a copy when there are changes that the last one does not have, and it is old enough. Call it
-    // every few seconds.
-    void follow(const Clock& clock);
+    // every few seconds. False while the disk still takes what came before.
+    bool follow(const Clock& clock);
+    struct Written {
+        std::string file;
+        std::string error; // empty when the copy is on the disk
+    };
     // Returns when the copy is on the disk. Without a file and without an error there was nothing to keep.
-    // From then on it may be offered, also by another run.
-    RescueCopies::Written keepNow();
-    // The changes are saved or given up.
+    Written keepNow();
+    // The changes may go: what there is now is not copied any more.
+    void giveUp();
+    // They have not gone after all.
+    void keepOn() { givenUpAt_.reset(); }
+    // The changes are saved, or have gone by the answer of the user.
     void forget();
-    // Another project takes the place of this one, and nobody was asked: its copy waits for the next start.
-    // Of several such projects of one run the last.
+    // A project takes the place of the present one, which still stands. Where nobody was asked, its copy
+    // waits for the next start, with its last changes.
     void leave();
-    // The present project was opened from this copy.
-    void takeUp(const std::string& file);
+    // The present project is that of this copy.
+    void takeUp(std::shared_ptr<RescueCopies::Held> held) { held_ = std::move(held); }
 
-    bool isWriting() const;
+    bool isWriting() const { return waiting_.load() > 0; }
 
 private:
-    void finish();
-    void say(const std::string& error);
+    bool hasNews() const;
+    void write(ProjectFile::WindowPicture picture);
+    void onQueue(std::function<void()> work);
+    void say(const std::string& error); // on the queue
 
     AppDelegate& application_;
-    RescueCopies& copies_;
-    std::string file_;       // copy of the present project, empty when there is none
-    std::string left_;       // copy of a project that was left
+    const RescueCopies& copies_;
+    const std::function<void(const std::string&)> log_;
+    std::shared_ptr<RescueCopies::Held> held_; // its contents belong to the queue
+    std::deque<std::shared_ptr<RescueCopies::Held>> left_;
     std::uint64_t kept_ = 0; // changes that the copy has
+    std::optional<std::uint64_t> givenUpAt_;
     std::optional<MonotonicTime> next_;
-    std::future<RescueCopies::Written> writing_;
-    std::string said_;
+    std::atomic<int> waiting_{0};
+    std::atomic<bool> failed_{false};
+    std::string said_; // queue
+    // Goes first: what waits in it uses the rest.
+    SerialQueue queue_{"rescue copies", QueueRank::rescueCopies};
 };
 
 } // namespace marvo::ui

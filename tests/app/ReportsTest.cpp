@@ -23,7 +23,7 @@ public:
         const std::lock_guard hold(lock);
         text += std::string(line) + "\n";
     }
-    std::string contents() override {
+    std::string contents(std::size_t) override {
         const std::lock_guard hold(lock);
         return text;
     }
@@ -33,7 +33,9 @@ public:
 
 class Journalled final : public SystemLog {
 public:
-    void walkBack(double since, const std::function<bool(const SystemMessage&)>& more) override {
+    void walkBack(const std::string& programName, double since,
+                  const std::function<bool(const SystemMessage&)>& more) override {
+        asked = programName;
         for (const SystemMessage& message : newestFirst) {
             ++walked;
             if (message.time < since || !more(message)) return;
@@ -41,6 +43,7 @@ public:
     }
     std::vector<SystemMessage> newestFirst;
     int walked = 0;
+    std::string asked;
 };
 
 struct ReportsTest : testing::Test {
@@ -67,7 +70,7 @@ struct ReportsTest : testing::Test {
     void die() const {
         const pid_t child = ::fork();
         if (child == 0) {
-            const RunMarker marker(folder);
+            const RunMarker marker(folder, "the-other");
             ::_exit(1);
         }
         ::waitpid(child, nullptr, 0);
@@ -79,7 +82,7 @@ struct ReportsTest : testing::Test {
     Log log{sink, clock};
     PreferenceStore preferences;
     Journalled journal;
-    Reports reports{folder, log, preferences, journal};
+    Reports reports{folder, "marvo", log, preferences, journal};
 };
 
 constexpr double aDate = 700'000'000.0; // 2023-03-08
@@ -108,7 +111,7 @@ TEST_F(ReportsTest, ACrashReportHasSettingsLogAndSystemLogUnderTheirHeadings) {
     log.log("the last line");
     journal.newestFirst = {{aDate + secondsFrom1970To2001 + 1, "a word of the system"}};
     preferences.set("lastRun", PropertyList::date(aDate));
-    const std::string text = reports.applicationLogForCrashManager(reports.crashMaterial());
+    const std::string text = reports.applicationLogForCrashManager(reports.crashMaterial("marvo"));
     EXPECT_TRUE(text.starts_with("PREFERENCES:  \n ")) << text;
     EXPECT_NE(text.find("<key>compFPS</key>"), std::string::npos) << text;
     EXPECT_NE(text.find(" \n\n ===== DDLOG: =====  \n the last line\n \n\n ===== APPLOG: =====  \n " +
@@ -130,10 +133,23 @@ TEST_F(ReportsTest, AFeedbackReportNamesTheProgramAndHasTheLog) {
 }
 
 TEST_F(ReportsTest, TenReportsOfAKindAreKept) {
-    for (int i = 0; i < 12; ++i) EXPECT_EQ(reports.writeFeedbackReport(std::to_string(i)).error, "");
+    for (int i = 0; i < 12; ++i) {
+        const Reports::Written written = reports.writeFeedbackReport(std::to_string(i));
+        EXPECT_EQ(written.error, "");
+        EXPECT_TRUE(std::filesystem::exists(written.file));
+    }
     EXPECT_EQ(files().size(), Reports::reportsKept);
-    EXPECT_EQ(reports.writeCrashReport(reports.crashMaterial()).error, "");
+    EXPECT_EQ(reports.writeCrashReport(reports.crashMaterial("marvo")).error, "");
     EXPECT_EQ(files().size(), Reports::reportsKept + 1);
+}
+
+TEST_F(ReportsTest, AClockThatWasSetBackTakesNoNewReportAway) {
+    const std::string first = reports.writeFeedbackReport("").file;
+    for (int i = 0; i < 12; ++i)
+        std::filesystem::copy_file(first, folder + "/Reports/feedback-2999010" + std::to_string(i) + ".txt");
+    const std::string last = reports.writeFeedbackReport("").file;
+    EXPECT_TRUE(std::filesystem::exists(last));
+    EXPECT_EQ(files().size(), Reports::reportsKept);
 }
 
 TEST_F(ReportsTest, AReportThatCannotBeWrittenSaysWhichAndWhy) {
@@ -157,9 +173,10 @@ TEST_F(ReportsTest, ARunThatDiedIsReportedByTheNextOneAndNotByTheOneAfter) {
     const std::string text = contents(files()[0]);
     EXPECT_NE(text.find("what happened before"), std::string::npos);
     EXPECT_NE(text.find("it has died"), std::string::npos);
+    EXPECT_EQ(journal.asked, "the-other") << "both programs share the folder";
     EXPECT_EQ(text.find("::: Marvo starting"), std::string::npos);
-    EXPECT_NE(sink.contents().find("a report is in " + files()[0] + ", nothing was sent"), std::string::npos)
-        << sink.contents();
+    EXPECT_NE(sink.contents(0).find("a report is in " + files()[0] + ", nothing was sent"), std::string::npos)
+        << sink.contents(0);
     EXPECT_EQ(preferences.find("lastRun")->dateSeconds(), aDate + 100);
     CrashReporter(folder, reports, log, preferences).startManager(aDate + 200);
     EXPECT_EQ(files().size(), 1U);

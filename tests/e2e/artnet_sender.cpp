@@ -39,7 +39,7 @@ struct Preference final : ArtNetInterfacePreference {
 
 struct LinesOut final : LogSink {
     void write(std::string_view line) override { say("log " + std::string(line)); }
-    std::string contents() override { return {}; }
+    std::string contents(std::size_t) override { return {}; }
 };
 
 struct Incoming final : MarvoIncomingDMXHandler {

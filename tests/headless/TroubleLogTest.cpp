@@ -18,7 +18,7 @@ class KeptLines final : public LogSink {
 public:
     std::vector<std::string> all;
     void write(std::string_view line) override { all.emplace_back(line); }
-    std::string contents() override { return {}; }
+    std::string contents(std::size_t) override { return {}; }
 };
 
 class TroubleLog : public ::testing::Test {

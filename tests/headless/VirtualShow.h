@@ -34,7 +34,7 @@ private:
     public:
         explicit Lines(std::vector<std::string>& lines) : lines_(lines) {}
         void write(std::string_view line) override { lines_.emplace_back(line); }
-        std::string contents() override { return {}; }
+        std::string contents(std::size_t) override { return {}; }
 
     private:
         std::vector<std::string>& lines_;
@@ -42,8 +42,8 @@ private:
     Paths paths_ = Paths::below(show.file("home"));
     Lines lines_{logged};
     Log log_{lines_, show.clock};
-    std::unique_ptr<SystemLog> systemLog_ = makeJournal({"nobody", "no-such-tool"});
-    Reports reports_{paths_.state, log_, show.preferences, *systemLog_};
+    std::unique_ptr<SystemLog> systemLog_ = makeJournal({"no-such-tool"});
+    Reports reports_{paths_.state, "nobody", log_, show.preferences, *systemLog_};
 };
 
 } // namespace marvo::testing

@@ -1,4 +1,5 @@
 #include "platform/Log.h"
+#include "platform/Text.h"
 
 #include "Eventually.h"
 
@@ -7,6 +8,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <limits>
 #include <vector>
 
 using namespace marvo;
@@ -19,7 +21,7 @@ namespace {
 class CapturedLines final : public LogSink {
 public:
     void write(std::string_view line) override { lines.emplace_back(line); }
-    std::string contents() override { return text; }
+    std::string contents(std::size_t) override { return text; }
 
     std::vector<std::string> lines;
     std::string text;
@@ -30,6 +32,8 @@ struct LogTest : testing::Test {
     VirtualClock clock;
     Log log{sink, clock, 5};
 };
+
+constexpr std::size_t everything = std::numeric_limits<std::size_t>::max();
 
 // The wall clock of the file tests, which the sink's thread reads.
 std::atomic<std::int64_t> wallSeconds{0};
@@ -116,22 +120,35 @@ TEST_F(LogFileTest, WritesLinesToTheFile) {
     const auto sink = makeLogFileSink(options());
     sink->write("first {} %s");
     sink->write("second");
-    const std::string text = sink->contents();
+    const std::string text = sink->contents(everything);
     EXPECT_THAT(text, HasSubstr("first {} %s\n"));
     EXPECT_LT(text.find("first"), text.find("second"));
     EXPECT_THAT(files(), ElementsAre("marvo-1000000.log"));
 }
 
+TEST_F(LogFileTest, OfALongLogTheEndIsReadAndNoHalfCharacter) {
+    const auto sink = makeLogFileSink(options());
+    for (int i = 0; i < 1000; ++i) sink->write("Zeile \u00fc\u00fc\u00fc " + std::to_string(i));
+    const std::string all = sink->contents(everything);
+    for (std::size_t bytes = 40; bytes < 80; ++bytes) {
+        const std::string end = sink->contents(bytes);
+        EXPECT_LE(end.size(), bytes);
+        EXPECT_GT(end.size(), bytes - 4);
+        EXPECT_TRUE(all.ends_with(end));
+        EXPECT_TRUE(isValidUtf8(end));
+    }
+}
+
 TEST_F(LogFileTest, BeginsANewFileEachHourAndKeepsOne) {
     const auto sink = makeLogFileSink(options());
     sink->write("old");
-    ASSERT_THAT(sink->contents(), HasSubstr("old"));
+    ASSERT_THAT(sink->contents(everything), HasSubstr("old"));
     wallSeconds += 3599;
     sink->write("late");
-    EXPECT_THAT(sink->contents(), HasSubstr("old"));
+    EXPECT_THAT(sink->contents(everything), HasSubstr("old"));
     wallSeconds += 1;
     sink->write("new");
-    const std::string text = sink->contents();
+    const std::string text = sink->contents(everything);
     EXPECT_THAT(text, HasSubstr("new"));
     EXPECT_THAT(text, Not(HasSubstr("old")));
     EXPECT_THAT(files(), ElementsAre("marvo-1003600.log"));
@@ -143,12 +160,12 @@ TEST_F(LogFileTest, GoesOnInTheSameFileAfterARestartWithinTheHour) {
     {
         const auto sink = makeLogFileSink(options());
         sink->write("after");
-        EXPECT_THAT(sink->contents(), testing::AllOf(HasSubstr("before"), HasSubstr("after")));
+        EXPECT_THAT(sink->contents(everything), testing::AllOf(HasSubstr("before"), HasSubstr("after")));
     }
     wallSeconds += 86'400;
     const auto sink = makeLogFileSink(options());
     sink->write("next day");
-    EXPECT_THAT(sink->contents(), Not(HasSubstr("before")));
+    EXPECT_THAT(sink->contents(everything), Not(HasSubstr("before")));
     EXPECT_EQ(files().size(), 1u);
 }
 
@@ -157,7 +174,7 @@ TEST_F(LogFileTest, LeavesTheFilesOfOthersAlone) {
     std::ofstream(folder / "marvo-crash.log") << "mine too";
     const auto sink = makeLogFileSink(options());
     sink->write("line");
-    EXPECT_THAT(sink->contents(), Not(HasSubstr("mine")));
+    EXPECT_THAT(sink->contents(everything), Not(HasSubstr("mine")));
     EXPECT_EQ(files().size(), 3u);
 }
 
@@ -179,5 +196,5 @@ TEST_F(LogFileTest, GoesOnWithoutAFolder) {
     blocked.folder = folder / "file" / "below";
     const auto sink = makeLogFileSink(blocked);
     sink->write("nowhere");
-    EXPECT_EQ(sink->contents(), "");
+    EXPECT_EQ(sink->contents(everything), "");
 }

@@ -1,21 +1,17 @@
 #include "platform/PropertyListFile.h"
 
 #include "BinaryPropertyList.h"
+#include "CommaLocale.h"
 #include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <clocale>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace marvo {
 namespace {
@@ -201,34 +197,6 @@ TEST(PropertyListFile, AFileOfNothingButZerosIsRefusedAtItsBeginning) {
     ASSERT_EQ(::truncate(path.c_str(), off_t{1} << 30), 0);
     EXPECT_EQ(readPropertyList(path).error, path + ": line 1, column 1: not well-formed, or not valid UTF-8");
 }
-
-// The German locale, with a comma for the decimal point, made for this test and set until it ends.
-class CommaLocale {
-public:
-    CommaLocale() {
-        const std::string target = folder_.file("de_DE.UTF-8");
-        std::string words[] = {"localedef", "-i", "de_DE", "-f", "UTF-8", target};
-        char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(),
-                             words[4].data(), words[5].data(), nullptr};
-        pid_t child = -1;
-        int status = -1;
-        if (::posix_spawnp(&child, "localedef", nullptr, nullptr, arguments, environ) == 0)
-            ::waitpid(child, &status, 0);
-        ::setenv("LOCPATH", folder_.path().c_str(), 1);
-        std::setlocale(LC_ALL, "de_DE.UTF-8");
-    }
-    ~CommaLocale() {
-        std::setlocale(LC_ALL, "C");
-        ::unsetenv("LOCPATH");
-    }
-    CommaLocale(const CommaLocale&) = delete;
-    CommaLocale& operator=(const CommaLocale&) = delete;
-
-    static bool isSet() { return std::string_view(std::localeconv()->decimal_point) == ","; }
-
-private:
-    TemporaryFolder folder_;
-};
 
 TEST(PropertyListFile, SavesTheSameBytesWhereTheDecimalPointIsAComma) {
     const TemporaryFolder folder;

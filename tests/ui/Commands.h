@@ -6,6 +6,7 @@
 #include "Show.h"
 
 #include <deque>
+#include <filesystem>
 #include <functional>
 
 namespace marvo::ui::testing {
@@ -60,6 +61,15 @@ struct Commands {
         writePropertyList(path,
                           marvo::testing::projectOf({marvo::testing::compositionOf(name, 30, 1.0f, {})}));
         return path;
+    }
+    // Rescue copies on the disk, also those that are worked on.
+    std::vector<std::string> keptCopies() {
+        std::vector<std::string> files;
+        std::error_code error;
+        for (const auto& each : std::filesystem::directory_iterator(show.file("state/Rescue"), error)) {
+            if (each.path().extension() == ".mrv") files.push_back(each.path().string());
+        }
+        return files;
     }
     bool titleHasAsterisk() { return show.application.windowTitle().find("* (") != std::string::npos; }
 

@@ -45,7 +45,7 @@ TEST_F(EndOfProcessTest, EachEndingSignalKeepsWhatIsUnsavedAndEnds) {
         ends = 0;
         ASSERT_EQ(std::raise(signal), 0);
         EXPECT_TRUE(eventually([&] { return ends == 1; })) << "signal " << signal;
-        EXPECT_EQ(rescues.all().size(), 1u);
+        EXPECT_EQ(keptCopies().size(), 1u);
     }
 }
 
@@ -63,14 +63,14 @@ TEST_F(EndOfProcessTest, ASignalWhileAQuestionStandsEndsItWithoutAnAnswer) {
     });
     EXPECT_FALSE(asking.applicationShouldTerminate());
     EXPECT_EQ(ends, 1);
-    EXPECT_EQ(rescues.all().size(), 1u);
+    EXPECT_EQ(keptCopies().size(), 1u);
 }
 
 TEST_F(EndOfProcessTest, TheSessionsEndIsNotAskedAbout) {
     QEvent quit(QEvent::Quit);
     end.sessionAsks();
     EXPECT_EQ(ends, 0) << "the session may still change its mind";
-    EXPECT_EQ(rescues.all().size(), 1u);
+    EXPECT_EQ(keptCopies().size(), 1u);
     Staying window;
     showAndWait(window);
     QCoreApplication::sendEvent(qApp, &quit);

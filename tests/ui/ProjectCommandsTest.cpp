@@ -1,5 +1,6 @@
 // What new, open, save, quit and delete do with the project, whatever the questions look like.
 #include "Commands.h"
+#include "Eventually.h"
 
 #include <filesystem>
 #include <fstream>
@@ -14,6 +15,11 @@ namespace {
 struct ProjectCommandsTest : ::testing::Test, Commands {
     void change() { show.application.projectChanged(); }
     std::string compositionName() { return show.composition().compName(); }
+    // Somebody ends the program, and nobody is asked.
+    void endOfTheRun() {
+        ProjectCommands ending(application(), person, recents, rescues);
+        EXPECT_FALSE(ending.endWithoutAsking().file.empty());
+    }
     // A place where nothing can be written.
     std::string impossibleFile() { return show.file("no-such-folder/show.mrv"); }
 };
@@ -315,7 +321,7 @@ TEST_F(ProjectCommandsTest, AForcedEndKeepsUnsavedChangesAndTheNextStartBringsTh
     commands.openProjectAtURL(path);
     application().compositions.renameSelectedComposition("Changed");
     change();
-    commands.endWithoutAsking();
+    endOfTheRun();
     EXPECT_TRUE(person.asked.empty());
     EXPECT_EQ(readPropertyList(path).value.find("Comp-0")->find("compName")->stringOr(""), "Evening")
         << "the project's own file is not touched";
@@ -331,9 +337,9 @@ TEST_F(ProjectCommandsTest, AForcedEndKeepsUnsavedChangesAndTheNextStartBringsTh
     EXPECT_EQ(next.application.projectFile.projectURL(), path);
     EXPECT_TRUE(next.application.hasUnsavedChanges());
     EXPECT_EQ(recents.first(), path) << "the copy itself is no recent project";
-    EXPECT_EQ(rescues.all().size(), 1u) << "kept until the project is saved";
+    EXPECT_EQ(keptCopies().size(), 1u) << "kept until the project is saved";
     EXPECT_TRUE(nextCommands.saveProject());
-    EXPECT_TRUE(rescues.all().empty());
+    EXPECT_TRUE(eventually([&] { return keptCopies().empty(); }));
     EXPECT_EQ(readPropertyList(path).value.find("Comp-0")->find("compName")->stringOr(""), "Changed");
 }
 
@@ -342,7 +348,7 @@ TEST_F(ProjectCommandsTest, AForcedEndWithoutUnsavedChangesKeepsNoCopy) {
     commands.openProjectAtURL(projectFile("Evening"));
     commands.endWithoutAsking();
     commands.offerRescuedCopies();
-    EXPECT_TRUE(rescues.all().empty());
+    EXPECT_TRUE(eventually([&] { return keptCopies().empty(); }));
     EXPECT_TRUE(person.asked.empty());
 }
 
@@ -351,7 +357,7 @@ TEST_F(ProjectCommandsTest, AForcedEndAfterACancelledSavePanelStillKeepsTheChang
     change();
     commands.saveProjectAs();
     commands.endWithoutAsking();
-    EXPECT_EQ(rescues.all().size(), 1u);
+    EXPECT_EQ(keptCopies().size(), 1u);
 }
 
 TEST_F(ProjectCommandsTest, SeveralRequestsOfOneSessionLeaveOneCopyAndASaveTakesItAway) {
@@ -359,21 +365,21 @@ TEST_F(ProjectCommandsTest, SeveralRequestsOfOneSessionLeaveOneCopyAndASaveTakes
     change();
     commands.endWithoutAsking();
     commands.endWithoutAsking();
-    EXPECT_EQ(rescues.all().size(), 1u);
+    EXPECT_EQ(keptCopies().size(), 1u);
     person.fileToSave = show.file("saved.mrv");
     commands.saveProject();
-    EXPECT_TRUE(rescues.all().empty());
+    EXPECT_TRUE(eventually([&] { return keptCopies().empty(); }));
 }
 
 TEST_F(ProjectCommandsTest, ACopyThatIsPutOffIsOfferedAgainAndOneThatIsDeletedIsNot) {
     application().newProject();
     change();
-    commands.endWithoutAsking();
+    endOfTheRun();
     person.answers = {Answer::cancel, Answer::third};
     commands.offerRescuedCopies();
-    EXPECT_EQ(rescues.all().size(), 1u);
+    EXPECT_EQ(keptCopies().size(), 1u);
     commands.offerRescuedCopies();
-    EXPECT_TRUE(rescues.all().empty());
+    EXPECT_TRUE(eventually([&] { return keptCopies().empty(); }));
     EXPECT_EQ(person.asked.size(), 2u);
 }
 
@@ -382,7 +388,7 @@ TEST_F(ProjectCommandsTest, AForcedEndWhileAQuestionStandsKeepsTheChanges) {
     change();
     person.whileAsked = [&] { commands.endWithoutAsking(); };
     commands.applicationShouldTerminate();
-    EXPECT_EQ(rescues.all().size(), 1u);
+    EXPECT_EQ(keptCopies().size(), 1u);
 }
 
 TEST_F(ProjectCommandsTest, ARemoteLoadLeavesTheCopyOfTheProjectBeforeForTheNextStart) {
@@ -391,8 +397,8 @@ TEST_F(ProjectCommandsTest, ARemoteLoadLeavesTheCopyOfTheProjectBeforeForTheNext
     commands.endWithoutAsking();
     application().loadProjectWithoutAsking(projectFile("Remote"));
     show.main.pump();
-    EXPECT_EQ(rescues.all().size(), 1u);
+    EXPECT_EQ(keptCopies().size(), 1u);
     change();
     EXPECT_TRUE(commands.saveProject());
-    EXPECT_EQ(rescues.all().size(), 1u) << "the save was of another project";
+    EXPECT_EQ(keptCopies().size(), 1u) << "the save was of another project";
 }

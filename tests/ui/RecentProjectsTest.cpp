@@ -6,6 +6,8 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace marvo;
 using namespace marvo::ui;
@@ -71,9 +73,10 @@ TEST_F(RecentProjectsTest, AListThatCannotBeWrittenSaysSo) {
 }
 
 TEST_F(RescueCopiesTest, ACopyIsAWholeProjectAndKnowsWhereItBelongs) {
-    RescueCopies rescues(folder);
-    const RescueCopies::Written written = rescues.write(smallProject(), "Evening", "/shows/evening.mrv", "");
-    EXPECT_EQ(written.error, "");
+    {
+        RescueCopies::Held held;
+        EXPECT_EQ(RescueCopies(folder).write(smallProject(), "Evening", "/shows/evening.mrv", held), "");
+    }
     const std::vector<RescueCopy> copies = RescueCopies(folder).all();
     ASSERT_EQ(copies.size(), 1u);
     EXPECT_EQ(copies[0].name, "Evening");
@@ -82,20 +85,26 @@ TEST_F(RescueCopiesTest, ACopyIsAWholeProjectAndKnowsWhereItBelongs) {
 }
 
 TEST_F(RescueCopiesTest, CopiesOfTwoProjectsDoNotOverwriteEachOther) {
-    RescueCopies rescues(folder);
-    const std::string one = rescues.write(smallProject(), "One", std::nullopt, "").file;
-    const std::string two = rescues.write(smallProject(), "Two", std::nullopt, "").file;
-    EXPECT_NE(one, two);
-    EXPECT_EQ(rescues.all().size(), 2u);
-    EXPECT_EQ(rescues.remove(one), "");
+    const RescueCopies rescues(folder);
+    {
+        RescueCopies::Held one, two;
+        EXPECT_EQ(rescues.write(smallProject(), "One", std::nullopt, one), "");
+        EXPECT_EQ(rescues.write(smallProject(), "Two", std::nullopt, two), "");
+        EXPECT_NE(one.file, two.file);
+        EXPECT_TRUE(rescues.all().empty()) << "while they are worked on";
+        EXPECT_EQ(rescues.remove(one), "");
+    }
     ASSERT_EQ(rescues.all().size(), 1u);
     EXPECT_EQ(rescues.all()[0].name, "Two");
 }
 
 TEST_F(RescueCopiesTest, ACopyWhoseNoteIsGoneIsStillOffered) {
-    RescueCopies rescues(folder);
-    const std::string file = rescues.write(smallProject(), "One", "/shows/one.mrv", "").file;
-    std::filesystem::remove(file + ".plist");
+    const RescueCopies rescues(folder);
+    {
+        RescueCopies::Held held;
+        rescues.write(smallProject(), "One", "/shows/one.mrv", held);
+        std::filesystem::remove(held.file + ".plist");
+    }
     ASSERT_EQ(rescues.all().size(), 1u);
     EXPECT_EQ(rescues.all()[0].name, "Untitled project");
     EXPECT_FALSE(rescues.all()[0].original);
@@ -103,7 +112,38 @@ TEST_F(RescueCopiesTest, ACopyWhoseNoteIsGoneIsStillOffered) {
 
 TEST_F(RescueCopiesTest, NothingButACopyIsEverRemoved) {
     std::ofstream(folder + "/mine.mrv") << "precious";
-    RescueCopies rescues(folder);
+    const RescueCopies rescues(folder);
     EXPECT_NE(rescues.remove(folder + "/mine.mrv"), "");
     EXPECT_TRUE(std::filesystem::exists(folder + "/mine.mrv"));
+}
+
+TEST_F(RescueCopiesTest, ACopyThatAnotherProgramWorksOnIsNeitherTakenNorRemoved) {
+    const RescueCopies rescues(folder);
+    RescueCopies::Held theirs;
+    ASSERT_EQ(rescues.write(smallProject(), "One", std::nullopt, theirs), "");
+    RescueCopies::Held ours;
+    EXPECT_FALSE(RescueCopies::use(theirs.file, ours));
+    EXPECT_NE(rescues.remove(theirs.file), "");
+    EXPECT_TRUE(std::filesystem::exists(theirs.file));
+    EXPECT_TRUE(RescueCopies::isInUse(theirs.file));
+}
+
+TEST_F(RescueCopiesTest, WhatADeadProgramLeftIsTidiedUpButNotItsCopy) {
+    const RescueCopies rescues(folder);
+    pid_t dead = ::fork();
+    if (dead == 0) {
+        RescueCopies::Held held;
+        rescues.write(smallProject(), "One", std::nullopt, held);
+        ::_exit(0);
+    }
+    ::waitpid(dead, nullptr, 0);
+    const std::string place = folder + "/Rescue/";
+    std::ofstream(place + ".marvo-save-" + std::to_string(dead) + "-1") << "half a project";
+    std::ofstream(place + ".marvo-save-" + std::to_string(::getpid()) + "-1") << "being written";
+    std::ofstream(place + "20260101-000000-1.mrv.lock") << "";
+    rescues.tidy();
+    EXPECT_FALSE(std::filesystem::exists(place + ".marvo-save-" + std::to_string(dead) + "-1"));
+    EXPECT_TRUE(std::filesystem::exists(place + ".marvo-save-" + std::to_string(::getpid()) + "-1"));
+    EXPECT_FALSE(std::filesystem::exists(place + "20260101-000000-1.mrv.lock"));
+    EXPECT_EQ(rescues.all().size(), 1u) << "its lock has died with it";
 }

@@ -1,4 +1,4 @@
-// What a run that ends without warning leaves behind: seconds of work at most are lost.
+// What a run that ends without warning leaves behind: little work is lost.
 #include "Commands.h"
 #include "Eventually.h"
 
@@ -12,6 +12,12 @@ using namespace marvo::ui::testing;
 
 namespace {
 
+std::string nameIn(const std::string& file) {
+    const PropertyList root = readPropertyList(file).value;
+    const PropertyList* composition = root.find("Comp-0");
+    return composition ? std::string(composition->find("compName")->stringOr("")) : "no project";
+}
+
 struct RescueKeeperTest : ::testing::Test, Commands {
     void change(const std::string& name) {
         application().compositions.renameSelectedComposition(name);
@@ -20,33 +26,46 @@ struct RescueKeeperTest : ::testing::Test, Commands {
     // Lets the time pass and waits until what is being written is on the disk.
     void after(Duration time) {
         clock.advance(time);
-        keeper.follow(clock);
-        ASSERT_TRUE(eventually([&] { return !keeper.isWriting(); }));
+        keeper->follow(clock);
+        ASSERT_TRUE(eventually([&] { return !keeper->isWriting(); }));
     }
     std::string nameInTheCopy() {
-        const std::vector<RescueCopy> copies = rescues.all();
-        if (copies.size() != 1) return std::to_string(copies.size()) + " copies";
-        const PropertyList root = readPropertyList(copies[0].file).value;
-        return std::string(root.find("Comp-0")->find("compName")->stringOr(""));
+        const auto copies = keptCopies();
+        return copies.size() == 1 ? nameIn(copies[0]) : std::to_string(copies.size()) + " copies";
     }
 
     VirtualClock clock;
-    RescueKeeper keeper{application(), rescues};
+    std::mutex lock;
+    std::vector<std::string> lines;
+    std::optional<RescueKeeper> keeper{std::in_place, application(), rescues,
+                                       [this](const std::string& line) {
+                                           const std::lock_guard hold(lock);
+                                           lines.push_back(line);
+                                       }};
 };
 
 constexpr Duration aMoment = Duration::ofSeconds(3);
 
 // With commands that keep copies themselves, as the program does.
 struct RescueDuringWork : ::testing::Test, Commands {
-    void work() {
+    // What is in the project is in a copy.
+    void work(const std::string& name, std::size_t copies = 1) {
+        application().compositions.renameSelectedComposition(name);
         application().projectChanged();
-        clock.advance(RescueKeeper::interval);
-        commands.keepRescueCopy(clock);
-        ASSERT_TRUE(eventually([&] { return std::filesystem::exists(onlyCopy() + ".plist"); }));
+        timePasses();
+        ASSERT_TRUE(eventually([&] {
+            const auto kept = keptCopies();
+            return kept.size() == copies && std::any_of(kept.begin(), kept.end(), [&](const auto& file) {
+                       return nameIn(file) == name;
+                   });
+        }));
     }
-    std::string onlyCopy() {
-        const std::vector<RescueCopy> copies = rescues.all();
-        return copies.size() == 1 ? copies[0].file : "";
+    void timePasses() {
+        clock.advance(RescueKeeper::interval);
+        ASSERT_TRUE(eventually([&] { return commands.keepRescueCopy(clock); }));
+    }
+    bool copiesGo() {
+        return eventually([&] { return keptCopies().empty(); });
     }
     VirtualClock clock;
 };
@@ -56,7 +75,7 @@ struct RescueDuringWork : ::testing::Test, Commands {
 TEST_F(RescueKeeperTest, AChangeIsOnTheDiskSecondsLater) {
     application().newProject();
     after(aMoment);
-    EXPECT_TRUE(rescues.all().empty()) << "nothing is unsaved";
+    EXPECT_TRUE(keptCopies().empty()) << "nothing is unsaved";
     change("Changed");
     after(aMoment);
     EXPECT_EQ(nameInTheCopy(), "Changed");
@@ -77,23 +96,21 @@ TEST_F(RescueKeeperTest, WithoutANewChangeNothingIsWritten) {
     application().newProject();
     change("One");
     after(aMoment);
-    ASSERT_EQ(rescues.all().size(), 1u);
-    std::filesystem::remove(rescues.all()[0].file);
+    ASSERT_EQ(keptCopies().size(), 1u);
+    std::filesystem::remove(keptCopies()[0]);
     after(RescueKeeper::interval);
     after(RescueKeeper::interval);
-    EXPECT_TRUE(rescues.all().empty());
+    EXPECT_TRUE(keptCopies().empty());
 }
 
-TEST_F(RescueKeeperTest, ACrashLeavesTheCopyToTheNextRun) {
+TEST_F(RescueKeeperTest, ARunThatEndsLeavesTheCopyToTheNextOne) {
     application().newProject();
     change("Changed");
     after(aMoment);
-    RescueCopies next(show.file("state"));
-    ASSERT_EQ(next.all().size(), 1u);
-    EXPECT_TRUE(next.all()[0].inUse) << "while the first one runs";
-    rescues.release(next.all()[0].file); // as the kernel does for whoever dies
-    ASSERT_EQ(next.all().size(), 1u);
-    EXPECT_FALSE(next.all()[0].inUse);
+    EXPECT_EQ(keptCopies().size(), 1u);
+    EXPECT_TRUE(rescues.all().empty()) << "while the first one runs";
+    keeper.reset();
+    EXPECT_EQ(rescues.all().size(), 1u);
 }
 
 TEST_F(RescueKeeperTest, ADiskThatTakesNothingIsToldOnceAndTriedAgain) {
@@ -102,6 +119,8 @@ TEST_F(RescueKeeperTest, ADiskThatTakesNothingIsToldOnceAndTriedAgain) {
     change("Changed");
     after(aMoment);
     after(RescueKeeper::interval);
+    after(RescueKeeper::interval);
+    EXPECT_EQ(lines.size(), 1u);
     std::filesystem::remove(show.file("state"));
     after(RescueKeeper::interval);
     EXPECT_EQ(nameInTheCopy(), "Changed");
@@ -111,8 +130,8 @@ TEST_F(RescueKeeperTest, ACopyThatCannotBeReplacedIsTriedAgainWithoutAnotherChan
     application().newProject();
     change("One");
     after(aMoment);
-    ASSERT_EQ(rescues.all().size(), 1u);
-    const std::string file = rescues.all()[0].file;
+    ASSERT_EQ(keptCopies().size(), 1u);
+    const std::string file = keptCopies()[0];
     std::filesystem::remove(file);
     std::filesystem::create_directory(file);
     change("Two");
@@ -120,6 +139,15 @@ TEST_F(RescueKeeperTest, ACopyThatCannotBeReplacedIsTriedAgainWithoutAnotherChan
     std::filesystem::remove(file);
     after(RescueKeeper::interval);
     EXPECT_EQ(nameInTheCopy(), "Two");
+}
+
+TEST_F(RescueKeeperTest, AnEndThatCannotKeepTheWorkSaysWhy) {
+    std::ofstream(show.file("state")) << "in the way";
+    application().newProject();
+    change("Changed");
+    const RescueKeeper::Written written = keeper->keepNow();
+    EXPECT_TRUE(written.file.empty());
+    EXPECT_NE(written.error.find(show.file("state")), std::string::npos) << written.error;
 }
 
 TEST_F(RescueKeeperTest, TheWindowIsNotPaintedForACopy) {
@@ -138,67 +166,97 @@ TEST_F(RescueKeeperTest, TheWindowIsNotPaintedForACopy) {
 
 TEST_F(RescueDuringWork, ASaveTakesTheCopyAway) {
     commands.openProjectAtURL(projectFile("Evening"));
-    work();
+    work("Changed");
     EXPECT_TRUE(commands.saveProject());
-    EXPECT_TRUE(rescues.all().empty());
+    EXPECT_TRUE(copiesGo());
 }
 
 TEST_F(RescueDuringWork, WhoQuitsWithoutSavingIsNotOfferedTheCopy) {
     commands.openProjectAtURL(projectFile("Evening"));
-    work();
+    work("Changed");
     person.answers = {Answer::ok};
     EXPECT_TRUE(commands.applicationShouldTerminate());
-    EXPECT_TRUE(rescues.all().empty());
+    EXPECT_TRUE(copiesGo());
+    timePasses();
+    EXPECT_TRUE(commands.endWithoutAsking().file.empty()) << "the last steps of the end bring it back";
     EXPECT_TRUE(std::filesystem::is_empty(show.file("state/Rescue")));
 }
 
 TEST_F(RescueDuringWork, WhoNeverWantsToBeAskedIsNotOfferedTheCopyEither) {
     commands.openProjectAtURL(projectFile("Evening"));
-    work();
+    work("Changed");
     application().prefs.changeDisableConfirmOnQuit(true);
     EXPECT_TRUE(commands.applicationShouldTerminate());
-    EXPECT_TRUE(rescues.all().empty());
+    EXPECT_TRUE(copiesGo());
+}
+
+TEST_F(RescueDuringWork, WorkThatMayGoIsKeptUntilAnotherProjectHasComeInItsPlace) {
+    commands.openProjectAtURL(projectFile("Evening"));
+    work("Changed");
+    std::ofstream(show.file("broken.mrv")) << "no project";
+    application().compositions.renameSelectedComposition("Not kept yet");
+    application().projectChanged();
+    person.answers = {Answer::ok};
+    commands.openProjectAtURL(show.file("broken.mrv"));
+    ASSERT_EQ(show.composition().compName(), "Not kept yet");
+    timePasses();
+    EXPECT_TRUE(
+        eventually([&] { return keptCopies().size() == 1 && nameIn(keptCopies()[0]) == "Not kept yet"; }));
+    work("Changed again");
+    person.answers = {Answer::ok};
+    commands.openProjectAtURL(projectFile("Night"));
+    EXPECT_TRUE(copiesGo());
 }
 
 TEST_F(RescueDuringWork, AProgramThatRunsBesideIsNotOfferedTheCopy) {
     commands.openProjectAtURL(projectFile("Evening"));
-    work();
+    work("Changed");
     Show beside;
     Operator other;
-    RescueCopies seen(show.file("state"));
-    ProjectCommands besideCommands(beside.application, other, recents, seen);
+    ProjectCommands besideCommands(beside.application, other, recents, rescues);
     besideCommands.offerRescuedCopies();
     EXPECT_TRUE(other.asked.empty());
 }
 
-TEST_F(RescueDuringWork, RemoteLoadsOfAWholeDayLeaveOneCopy) {
-    for (int i = 0; i < 5; ++i) {
+TEST_F(RescueDuringWork, ARemoteLoadLosesNoneOfTheWorkItReplaces) {
+    commands.openProjectAtURL(projectFile("Evening"));
+    work("Kept already");
+    application().compositions.renameSelectedComposition("The last word");
+    application().projectChanged();
+    application().loadProjectWithoutAsking(projectFile("Remote"));
+    show.main.pump();
+    ASSERT_EQ(show.composition().compName(), "Remote");
+    EXPECT_TRUE(
+        eventually([&] { return keptCopies().size() == 1 && nameIn(keptCopies()[0]) == "The last word"; }));
+    application().projectChanged();
+    EXPECT_TRUE(commands.saveProject());
+    timePasses();
+    EXPECT_EQ(keptCopies().size(), 1u) << "the save was of another project";
+}
+
+TEST_F(RescueDuringWork, RemoteLoadsOfAWholeDayDoNotFillTheDisk) {
+    for (std::size_t i = 0; i < 15; ++i) {
         application().loadProjectWithoutAsking(projectFile("Remote"));
         show.main.pump();
-        EXPECT_LE(rescues.all().size(), 1u);
-        application().projectChanged();
-        clock.advance(RescueKeeper::interval);
-        commands.keepRescueCopy(clock);
-        ASSERT_TRUE(eventually([&] { return rescues.all().size() == (i == 0 ? 1u : 2u); }));
+        work("Changed " + std::to_string(i), std::min(i, RescueKeeper::mostLeft) + 1);
     }
 }
 
 TEST_F(RescueDuringWork, ACopyThatWasTakenUpAgainFollowsTheWork) {
-    commands.openProjectAtURL(projectFile("Evening"));
-    application().projectChanged();
-    commands.endWithoutAsking();
+    {
+        ProjectCommands ending(application(), person, recents, rescues);
+        application().newProject();
+        application().projectChanged();
+        ASSERT_FALSE(ending.endWithoutAsking().file.empty());
+    }
     Show next;
     Operator other;
-    RescueCopies theirs(show.file("state"));
-    ProjectCommands nextCommands(next.application, other, recents, theirs);
+    ProjectCommands nextCommands(next.application, other, recents, rescues);
     other.answers = {Answer::ok};
     nextCommands.offerRescuedCopies();
     next.application.compositions.renameSelectedComposition("Later");
     next.application.projectChanged();
-    nextCommands.keepRescueCopy(clock);
-    ASSERT_TRUE(eventually([&] {
-        const PropertyList root = readPropertyList(onlyCopy()).value;
-        const PropertyList* composition = root.find("Comp-0");
-        return composition && composition->find("compName")->stringOr("") == "Later";
-    }));
+    ASSERT_TRUE(eventually([&] { return nextCommands.keepRescueCopy(clock); }));
+    EXPECT_TRUE(eventually([&] { return keptCopies().size() == 1 && nameIn(keptCopies()[0]) == "Later"; }));
+    EXPECT_TRUE(rescues.all().empty()) << "it is worked on";
 }

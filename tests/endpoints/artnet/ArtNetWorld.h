@@ -34,7 +34,7 @@ class MemoryLog final : public LogSink {
 public:
     std::vector<std::string> lines;
     void write(std::string_view line) override { lines.emplace_back(line); }
-    std::string contents() override { return {}; }
+    std::string contents(std::size_t) override { return {}; }
     bool has(std::string_view text) const {
         for (const std::string& line : lines) {
             if (line.find(text) != std::string::npos) return true;

@@ -20,7 +20,7 @@ class LinesSink final : public LogSink {
 public:
     std::vector<std::string> lines;
     void write(std::string_view line) override { lines.emplace_back(line); }
-    std::string contents() override { return {}; }
+    std::string contents(std::size_t) override { return {}; }
     bool contains(std::string_view text) const {
         return std::any_of(lines.begin(), lines.end(),
                            [text](const std::string& line) { return line.find(text) != std::string::npos; });

@@ -35,7 +35,7 @@ class KeptLines final : public LogSink {
 public:
     std::vector<std::string> all;
     void write(std::string_view line) override { all.emplace_back(line); }
-    std::string contents() override { return {}; }
+    std::string contents(std::size_t) override { return {}; }
 };
 
 // Ports as they stand after a launch, unless a test asks for an empty manager.
