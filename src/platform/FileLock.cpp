@@ -26,17 +26,23 @@ FileLock::Attempt FileLock::take(const std::string& path, Missing missing) {
     // Whoever only asks whether it is held has it for a moment, too.
     constexpr int attempts = 5;
     constexpr timespec aMoment{0, 2'000'000};
-    const int flags = O_RDWR | O_CLOEXEC | (missing == Missing::make ? O_CREAT : 0);
+    constexpr int flags = O_RDWR | O_CLOEXEC;
     int error = EWOULDBLOCK;
     for (int i = 0; i < attempts && error == EWOULDBLOCK; ++i) {
         if (i > 0) ::nanosleep(&aMoment, nullptr);
-        const int descriptor = ::open(path.c_str(), flags, 0600);
+        int descriptor = -1;
+        if (missing == Missing::make) descriptor = ::open(path.c_str(), flags | O_CREAT | O_EXCL, 0600);
+        const bool made = descriptor >= 0;
+        if (!made)
+            descriptor = ::open(path.c_str(), missing == Missing::make ? flags | O_CREAT : flags, 0600);
         if (descriptor < 0) return {std::nullopt, false, std::strerror(errno)};
         FileLock lock(path, descriptor);
         if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
             error = errno;
         else if (standsAt(descriptor, path))
             return {std::move(lock), false, {}};
+        // A file system without locks: the file is of no use.
+        if (error != EWOULDBLOCK && made) lock.removeFile();
     }
     if (error == EWOULDBLOCK) return {std::nullopt, true, {}};
     if (missing == Missing::make)

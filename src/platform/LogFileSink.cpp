@@ -62,9 +62,11 @@ std::string endOf(const std::filesystem::path& path, std::size_t bytes) {
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     std::ifstream stream(path, std::ios::binary);
     if (!error && size > bytes) {
-        stream.seekg(static_cast<std::streamoff>(size - bytes));
         // Not in the middle of a character.
-        while ((static_cast<unsigned>(stream.peek()) & 0xc0u) == 0x80u) stream.get();
+        auto from = static_cast<std::streamoff>(size - bytes);
+        do {
+            stream.seekg(from);
+        } while ((static_cast<unsigned>(stream.peek()) & 0xc0u) == 0x80u && --from >= 0);
     }
     std::ostringstream text;
     text << stream.rdbuf();

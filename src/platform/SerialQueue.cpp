@@ -32,8 +32,9 @@ bool SerialQueue::isCurrent() const {
 void SerialQueue::async(std::function<void()> block) {
     {
         const std::lock_guard hold(pendingLock_);
-        pending_.push_back(std::move(block));
+        // First, as it can fail: then the block has not been taken.
         if (!worker_.joinable()) worker_ = std::thread([this] { work(); });
+        pending_.push_back(std::move(block));
     }
     pendingChanged_.notify_one();
 }

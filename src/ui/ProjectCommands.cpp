@@ -204,14 +204,14 @@ void ProjectCommands::offerRescuedCopies() {
 }
 
 void ProjectCommands::openRescued(const RescueCopy& copy) {
-    auto held = std::make_shared<RescueCopies::Held>();
-    if (!RescueCopies::use(copy.file, *held)) {
+    auto taken = std::make_shared<RescueKeeper::Copy>();
+    if (!RescueCopies::use(copy.file, taken->held)) {
         dialogs_.tell("The copy could not be opened", copy.file + ": another program works on it");
         return;
     }
     if (application_.hasUnsavedChanges() && !mayLeave(openProjectQuestion())) return;
     if (!load(copy.file)) return;
-    keeper_.takeUp(std::move(held));
+    keeper_.takeUp(std::move(taken));
     application_.projectFile.setProjectURL(copy.original);
     application_.projectChanged();
     if (onTitle) onTitle();

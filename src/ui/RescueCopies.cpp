@@ -104,9 +104,10 @@ std::string RescueCopies::write(const PropertyList& project, const std::string& 
     note.set("name", name);
     note.set("when", formatted("%Y-%m-%d at %H:%M", std::time(nullptr)));
     if (original) note.set("original", *original);
-    // A copy without its note can still be opened; a note without its copy is nothing.
     const WriteResult written = writePropertyList(held.file, project);
-    return written.ok() ? writePropertyList(noteOf(held.file), note).error : written.error;
+    // A copy without its note can still be opened; a note without its copy is nothing.
+    if (written.ok()) static_cast<void>(writePropertyList(noteOf(held.file), note));
+    return written.error;
 }
 
 std::string RescueCopies::removeFiles(const std::string& file) const {
@@ -126,6 +127,10 @@ std::string RescueCopies::remove(const std::string& file) const {
 
 std::string RescueCopies::remove(Held& held) const {
     if (held.file.empty()) return {};
+    if (!held.lock && !use(held.file, held)) { // another program has taken it up
+        held.file.clear();
+        return {};
+    }
     const std::string error = removeFiles(held.file);
     if (held.lock) held.lock->removeFile();
     held.lock.reset();

@@ -29,6 +29,13 @@ public:
     // Of projects that others have replaced without a question, within one run.
     static constexpr std::size_t mostLeft = 10;
 
+    // One copy on its way through the keeper.
+    struct Copy {
+        RescueCopies::Held held;               // belongs to the queue
+        std::atomic<std::uint64_t> written{0}; // changes that it has
+        bool begun = false;                    // main thread: it is to be written, or was
+    };
+
     // log: any thread. All outlive the keeper.
     RescueKeeper(AppDelegate& application, const RescueCopies& copies,
                  std::function<void(const std::string& line)> log);
@@ -55,26 +62,29 @@ public:
     // waits for the next start, with its last changes.
     void leave();
     // The present project is that of this copy.
-    void takeUp(std::shared_ptr<RescueCopies::Held> held) { held_ = std::move(held); }
+    void takeUp(std::shared_ptr<Copy> copy);
 
     bool isWriting() const { return waiting_.load() > 0; }
 
 private:
+    struct Picture;
+
+    bool isGivenUp() const { return givenUpAt_ == application_.changeCount(); }
     bool hasNews() const;
-    void write(ProjectFile::WindowPicture picture);
+    Picture picture(ProjectFile::WindowPicture window);
+    void write(ProjectFile::WindowPicture window);
+    std::string writeNow(const Picture& picture); // on the queue
     void onQueue(std::function<void()> work);
     void say(const std::string& error); // on the queue
 
     AppDelegate& application_;
     const RescueCopies& copies_;
     const std::function<void(const std::string&)> log_;
-    std::shared_ptr<RescueCopies::Held> held_; // its contents belong to the queue
-    std::deque<std::shared_ptr<RescueCopies::Held>> left_;
-    std::uint64_t kept_ = 0; // changes that the copy has
+    std::shared_ptr<Copy> copy_;
+    std::deque<std::shared_ptr<Copy>> left_;
     std::optional<std::uint64_t> givenUpAt_;
     std::optional<MonotonicTime> next_;
     std::atomic<int> waiting_{0};
-    std::atomic<bool> failed_{false};
     std::string said_; // queue
     // Goes first: what waits in it uses the rest.
     SerialQueue queue_{"rescue copies", QueueRank::rescueCopies};

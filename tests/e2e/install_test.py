@@ -41,7 +41,8 @@ class Installed(unittest.TestCase):
         entry.optionxform = str
         self.assertTrue(entry.read(self.path("share", "applications", "marvo.desktop"), encoding="utf-8"))
         entry = entry["Desktop Entry"]
-        program, file = entry["Exec"].split()
+        program, option, file = entry["Exec"].split()
+        self.assertIn(option, self.run_program(self.path("bin", program), "--help").stdout)
         self.assertTrue(os.access(self.path("bin", program), os.X_OK))
         self.assertEqual(file, "%f")
         icon = xml.etree.ElementTree.parse(

@@ -400,5 +400,7 @@ TEST_F(ProjectCommandsTest, ARemoteLoadLeavesTheCopyOfTheProjectBeforeForTheNext
     EXPECT_EQ(keptCopies().size(), 1u);
     change();
     EXPECT_TRUE(commands.saveProject());
+    const VirtualClock clock;
+    ASSERT_TRUE(eventually([&] { return commands.keepRescueCopy(clock); }));
     EXPECT_EQ(keptCopies().size(), 1u) << "the save was of another project";
 }

@@ -130,12 +130,15 @@ TEST_F(RescueCopiesTest, ACopyThatAnotherProgramWorksOnIsNeitherTakenNorRemoved)
 
 TEST_F(RescueCopiesTest, WhatADeadProgramLeftIsTidiedUpButNotItsCopy) {
     const RescueCopies rescues(folder);
-    pid_t dead = ::fork();
-    if (dead == 0) {
+    std::string copy;
+    {
         RescueCopies::Held held;
-        rescues.write(smallProject(), "One", std::nullopt, held);
-        ::_exit(0);
+        ASSERT_EQ(rescues.write(smallProject(), "One", std::nullopt, held), "");
+        copy = held.file;
     }
+    std::ofstream(copy + ".lock") << ""; // as whoever dies leaves it
+    const pid_t dead = ::fork();
+    if (dead == 0) ::_exit(0);
     ::waitpid(dead, nullptr, 0);
     const std::string place = folder + "/Rescue/";
     std::ofstream(place + ".marvo-save-" + std::to_string(dead) + "-1") << "half a project";

@@ -12,6 +12,14 @@ using namespace marvo::ui::testing;
 
 namespace {
 
+// Other programs may have the disk meanwhile.
+constexpr std::chrono::seconds forTheDisk{30};
+
+template <class Condition>
+bool diskTakes(Condition condition) {
+    return eventually(condition, forTheDisk);
+}
+
 std::string nameIn(const std::string& file) {
     const PropertyList root = readPropertyList(file).value;
     const PropertyList* composition = root.find("Comp-0");
@@ -27,7 +35,7 @@ struct RescueKeeperTest : ::testing::Test, Commands {
     void after(Duration time) {
         clock.advance(time);
         keeper->follow(clock);
-        ASSERT_TRUE(eventually([&] { return !keeper->isWriting(); }));
+        ASSERT_TRUE(eventually([&] { return !keeper->isWriting(); }, forTheDisk));
     }
     std::string nameInTheCopy() {
         const auto copies = keptCopies();
@@ -53,7 +61,7 @@ struct RescueDuringWork : ::testing::Test, Commands {
         application().compositions.renameSelectedComposition(name);
         application().projectChanged();
         timePasses();
-        ASSERT_TRUE(eventually([&] {
+        ASSERT_TRUE(diskTakes([&] {
             const auto kept = keptCopies();
             return kept.size() == copies && std::any_of(kept.begin(), kept.end(), [&](const auto& file) {
                        return nameIn(file) == name;
@@ -62,10 +70,10 @@ struct RescueDuringWork : ::testing::Test, Commands {
     }
     void timePasses() {
         clock.advance(RescueKeeper::interval);
-        ASSERT_TRUE(eventually([&] { return commands.keepRescueCopy(clock); }));
+        ASSERT_TRUE(diskTakes([&] { return commands.keepRescueCopy(clock); }));
     }
     bool copiesGo() {
-        return eventually([&] { return keptCopies().empty(); });
+        return diskTakes([&] { return keptCopies().empty(); });
     }
     VirtualClock clock;
 };
@@ -242,6 +250,32 @@ TEST_F(RescueDuringWork, RemoteLoadsOfAWholeDayDoNotFillTheDisk) {
     }
 }
 
+TEST_F(RescueDuringWork, RemoteLoadsWithoutWorkTakeNoCopyAway) {
+    commands.openProjectAtURL(projectFile("Evening"));
+    work("Hours of work");
+    const std::string remote = projectFile("Remote");
+    for (std::size_t i = 0; i <= RescueKeeper::mostLeft; ++i) {
+        application().loadProjectWithoutAsking(remote);
+        show.main.pump();
+    }
+    timePasses();
+    ASSERT_EQ(keptCopies().size(), 1u);
+    EXPECT_EQ(nameIn(keptCopies()[0]), "Hours of work");
+}
+
+TEST_F(RescueDuringWork, WorkThatTheDiskRefusedIsTriedOnceMoreBeforeItIsReplaced) {
+    commands.openProjectAtURL(projectFile("Evening"));
+    std::ofstream(show.file("state/Rescue")) << "in the way";
+    application().compositions.renameSelectedComposition("Changed");
+    application().projectChanged();
+    timePasses();
+    ASSERT_TRUE(diskTakes([&] { return commands.keepRescueCopy(clock); }));
+    std::filesystem::remove(show.file("state/Rescue"));
+    application().loadProjectWithoutAsking(projectFile("Remote"));
+    show.main.pump();
+    EXPECT_TRUE(diskTakes([&] { return keptCopies().size() == 1 && nameIn(keptCopies()[0]) == "Changed"; }));
+}
+
 TEST_F(RescueDuringWork, ACopyThatWasTakenUpAgainFollowsTheWork) {
     {
         ProjectCommands ending(application(), person, recents, rescues);
@@ -256,7 +290,7 @@ TEST_F(RescueDuringWork, ACopyThatWasTakenUpAgainFollowsTheWork) {
     nextCommands.offerRescuedCopies();
     next.application.compositions.renameSelectedComposition("Later");
     next.application.projectChanged();
-    ASSERT_TRUE(eventually([&] { return nextCommands.keepRescueCopy(clock); }));
-    EXPECT_TRUE(eventually([&] { return keptCopies().size() == 1 && nameIn(keptCopies()[0]) == "Later"; }));
+    ASSERT_TRUE(diskTakes([&] { return nextCommands.keepRescueCopy(clock); }));
+    EXPECT_TRUE(diskTakes([&] { return keptCopies().size() == 1 && nameIn(keptCopies()[0]) == "Later"; }));
     EXPECT_TRUE(rescues.all().empty()) << "it is worked on";
 }
