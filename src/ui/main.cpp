@@ -3,6 +3,7 @@
 #include "headless/LiveShow.h"
 #include "ui/Desktop.h"
 #include "ui/Look.h"
+#include "ui/Notice.h"
 #include "ui/ProgramIcon.h"
 
 #include <QApplication>
@@ -13,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <unistd.h>
 #include <variant>
 
 namespace {
@@ -22,6 +24,18 @@ constexpr int statusNoRealtime = 3;
 
 int fail(const std::string& reason, int status) {
     std::fprintf(stderr, "%s\n", reason.c_str());
+    return status;
+}
+
+int failToOpen(const std::string& reason) {
+    const int status = fail(reason, statusUnusable);
+    // Who has started it from a desktop sees no terminal.
+    if (::isatty(STDERR_FILENO) == 0) {
+        const QWidget* notice = marvo::ui::Notice::show(QStringLiteral("The project could not be opened"),
+                                                        QString::fromStdString(reason), nullptr);
+        QObject::connect(notice, &QObject::destroyed, qApp, [] { QApplication::exit(0); });
+        QApplication::exec();
+    }
     return status;
 }
 
@@ -69,7 +83,7 @@ int main(int argc, char** argv) {
         LiveShow::make({options->configDir, options->preferences, options->bind, options->midi, true}, error);
     if (!show) return fail(error, statusUnusable);
     const ProjectResult loaded = show->launch(options->project);
-    if (!loaded.done) return fail(loaded.error, statusUnusable);
+    if (!loaded.done) return failToOpen(loaded.error);
     const RealtimeResult granted = show->startRendering({options->bestEffort, options->precise});
     if (!granted.runs()) return fail("thread_policy_set: " + granted.error, statusNoRealtime);
     int status = 0;

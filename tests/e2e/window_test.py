@@ -67,6 +67,17 @@ class Session(rig.WindowWorld):
         self.assertIn("Second Act", self.check(self.rescued()[0]).stdout)
         self.assertEqual(self.saved_name(path), "Opening")
 
+    def test_a_project_that_cannot_be_opened_is_told_on_the_screen(self):
+        path = os.path.join(self.folder, "broken.mrv")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write("no project")
+        window = self.start(path)
+        self.assertTrue(eventually(window.dialogs), window.process.lines)
+        self.assertTrue(window.process.with_text("broken.mrv"), window.process.lines)
+        window.activate(window.dialogs()[0])
+        window.key("Return")
+        self.assertEqual(window.process.child.wait(20), 1)
+
     def test_the_range_panel_leaves_the_keyboard_where_it_is(self):
         window = self.opened(self.project())
         window.key("ctrl+shift+r")
