@@ -4,6 +4,7 @@
 #include "composition/CompositionTimeMath.h"
 #include "composition/CueRecords.h"
 #include "composition/MarvoTimelineController.h"
+#include "platform/Log.h"
 #include "platform/Numbers.h"
 #include "tracks/ControlRecords.h"
 #include "tracks/KeptKeys.h"
@@ -160,6 +161,7 @@ void loadComposition(MarvoTimelineController& composition, CompositionServices& 
     loadControl(controls.rewindButton, record, "rewindButton");
     loadControl(controls.compSpeed, record, "compSpeedAssigns");
     composition.refreshComposition();
+    log(services.log, "done refreshComposition, recalculate track positions");
     composition.tracks.recalculateTrackPositions();
     composition.updateTrackPositionsWithAnimation(false);
     composition.keptCueRecord =

@@ -3,6 +3,8 @@
 #include "composition/CompositionServices.h"
 #include "composition/CompositionTracks.h"
 #include "composition/MarvoTimelineController.h"
+#include "platform/Clock.h"
+#include "platform/Log.h"
 #include "platform/Numbers.h"
 #include "platform/SerialQueue.h"
 #include "platform/Text.h"
@@ -14,6 +16,8 @@ namespace marvo {
 
 void CompositionTracks::addTracksWithBackupDatas(const PropertyList& records) {
     if (services_.application.isProjectLocked()) return;
+    const MonotonicClock clock;
+    const MonotonicTime began = clock.now();
     std::vector<std::string> keys;
     for (const auto& [key, record] : records.entries()) keys.emplace_back(key);
     std::sort(keys.begin(), keys.end(),
@@ -36,6 +40,8 @@ void CompositionTracks::addTracksWithBackupDatas(const PropertyList& records) {
     registerUndoOfAddedTracks(addedPositions);
     composition_.updateTrackPositionsWithAnimation(false);
     composition_.projectChanged();
+    const double seconds = static_cast<double>((clock.now() - began).nanoseconds) * 1e-9;
+    log(services_.log, "tracks add done in: " + std::string(formatFixed(seconds, 6).view()));
 }
 
 MarvoTimelineTrackProtocol* CompositionTracks::addFromRecord(const PropertyList& record,

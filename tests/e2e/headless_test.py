@@ -244,7 +244,9 @@ class Run(Headless):
 
     def testItsLogSaysWhenTheOSCPortsAreThere(self):
         playing = self.play(self.file("a.mrv", project([track()])), "--for", "0.2")
-        self.assertIn("OSC ports inited by the OSC Manager!", playing.stderr.read())
+        log = playing.stderr.read()
+        self.assertIn("OSC ports inited by the OSC Manager!", log)
+        self.assertIn("done refreshComposition, recalculate track positions", log)
         self.assertEqual(playing.wait(10), 0)
 
     def testARunThatWasKilledIsReportedInAFileByTheNextOne(self):
