@@ -292,6 +292,16 @@ class Wire(Watch, rig.WindowWorld):
 
 
 class Loss(rig.WindowWorld):
+    def take_up_the_copy(self, window, path, name):
+        self.assertTrue(eventually(window.dialogs), "it offers the copy")
+        window.activate(window.dialogs()[0])
+        window.key("Return")
+        self.assertTrue(eventually(lambda: "opening*" in window.title()), window.titles())
+        window.activate()
+        window.key("ctrl+s")
+        self.assertTrue(eventually(lambda: self.saved_name(path) == name))
+        self.assertTrue(eventually(lambda: not self.rescued()), "the copy has done its work")
+
     def test_a_display_that_goes_away_takes_no_work_with_it(self):
         self.start_server()
         band = self.peer("band")
@@ -316,14 +326,7 @@ class Loss(rig.WindowWorld):
 
         display = self.new_display()
         window = self.start(display=display)
-        self.assertTrue(eventually(window.dialogs), "it offers the copy")
-        window.activate(window.dialogs()[0])
-        window.key("Return")
-        self.assertTrue(eventually(lambda: "opening*" in window.title()), window.titles())
-        window.activate()
-        window.key("ctrl+s")
-        self.assertTrue(eventually(lambda: self.saved_name(path) == "Third Act"))
-        self.assertTrue(eventually(lambda: not self.rescued()), "the copy has done its work")
+        self.take_up_the_copy(window, path, "Third Act")
 
     def test_a_display_that_goes_away_while_a_question_stands_takes_no_work_with_it(self):
         window = self.opened(self.project(), "--play")
@@ -345,14 +348,7 @@ class Loss(rig.WindowWorld):
         window.process.child.wait(20)
         self.assertEqual(self.saved_name(path), "Opening")
         window = self.start()
-        self.assertTrue(eventually(window.dialogs), "it offers the copy")
-        window.activate(window.dialogs()[0])
-        window.key("Return")
-        self.assertTrue(eventually(lambda: "opening*" in window.title()), window.titles())
-        window.activate()
-        window.key("ctrl+s")
-        self.assertTrue(eventually(lambda: self.saved_name(path) == "Third Act"))
-        self.assertTrue(eventually(lambda: not self.rescued()), "the copy has done its work")
+        self.take_up_the_copy(window, path, "Third Act")
 
     def test_nothing_is_kept_of_a_project_that_is_saved(self):
         window = self.opened(self.project(), "--play")
