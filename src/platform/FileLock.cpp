@@ -45,8 +45,6 @@ FileLock::Attempt FileLock::take(const std::string& path, Missing missing) {
         if (error != EWOULDBLOCK && made) lock.removeFile();
     }
     if (error == EWOULDBLOCK) return {std::nullopt, true, {}};
-    if (missing == Missing::make)
-        ::unlink(path.c_str()); // a file system without locks: the file is of no use
     return {std::nullopt, false, std::strerror(error)};
 }
 
